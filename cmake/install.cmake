@@ -1,0 +1,24 @@
+# cmake --install: headers, libraries, the tools, and what find_package(zea) needs.
+include(CMakePackageConfigHelpers)
+
+set(zea_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zea)
+set_target_properties(zea PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(DIRECTORY include/zea foundation/include/qx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
+if(ZEA_BUILD_TOOLS)
+  install(TARGETS zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+# Each library is exported under the name that hosts link: qx::qx and zea::zea.
+foreach(library qx zea)
+  install(TARGETS ${library} EXPORT ${library}_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(EXPORT ${library}_targets NAMESPACE ${library}:: DESTINATION ${zea_cmake_dir})
+endforeach()
+
+configure_package_config_file(cmake/zeaConfig.cmake.in ${PROJECT_BINARY_DIR}/zeaConfig.cmake
+  INSTALL_DESTINATION ${zea_cmake_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zeaConfig.cmake ${PROJECT_BINARY_DIR}/zeaConfigVersion.cmake
+  DESTINATION ${zea_cmake_dir})

@@ -1,0 +1,40 @@
+# What all of the project's own targets are built with.
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(ZEA_CCACHE ccache)
+if(ZEA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEA_CCACHE})
+endif()
+
+# zea_target(<target> [STANDARD <number>]): C++20 unless told otherwise, everything hidden that isn't marked, and the
+# warnings that the house insists on.
+function(zea_target target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "STANDARD" "")
+  if(NOT arg_STANDARD)
+    set(arg_STANDARD 20)
+  endif()
+  target_compile_features(${target} PRIVATE cxx_std_${arg_STANDARD})
+  set_target_properties(${target} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
+    # Diagnostics name sources by their place in the tree, whatever folder it was built in.
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(ZEA_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# ZEA_SANITIZE: a list for -fsanitize, on everything that is built here.
+set(ZEA_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+if(ZEA_SANITIZE)
+  add_compile_options(-fsanitize=${ZEA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZEA_SANITIZE})
+endif()

@@ -1,0 +1,44 @@
+// Connections that are kept between calls, and the way to end a call from outside.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "qx/export.h"
+
+/// Keeps connections to servers open, so that the next call need not connect again. Serves one call at a time; a
+/// second one at the same time is safe, but makes a connection of its own. Nothing is shared between two pools but
+/// the certificates that the process trusts.
+class QX_API ICSHTTPPoolCenter {
+ public:
+  virtual ~ICSHTTPPoolCenter();
+};
+
+/// Ends the call that is running through a pool, from any thread. The call comes back at once with
+/// `CMRestCode::Cancelled`; when none is running, nothing happens, and later calls are not affected.
+class QX_API QXCancelSource {
+ public:
+  QXCancelSource();
+  ~QXCancelSource();
+  QXCancelSource(const QXCancelSource&) = delete;
+  QXCancelSource& operator=(const QXCancelSource&) = delete;
+
+  /// Any thread, at any time, also while the pool is being destroyed or after it is gone.
+  void cancel() noexcept;
+
+ private:
+  friend class QXHTTPPoolCenter;
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+namespace QX {
+/// A new pool. The caller owns it, or whatever it hands it to; it is given back with `delete`.
+QX_API ICSHTTPPoolCenter* createHTTPPoolCenter();
+/// A new pool whose calls can be ended through `cancelSource`, which serves this pool alone. Null: as above.
+QX_API ICSHTTPPoolCenter* createHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource);
+/// The code (`CMRestCode`, or an HTTP status) of the last call that ended in `pool`; 0 before the first, for null and
+/// for a pool that `createHTTPPoolCenter` did not make. It is how a host tells a network's failure from a refusal by
+/// the server. To be called by the thread whose calls go through the pool.
+QX_API std::int32_t obtainLastCode(const ICSHTTPPoolCenter* pool) noexcept;
+}  // namespace QX

@@ -1,0 +1,38 @@
+// Calls over HTTP.
+#pragma once
+
+#include <cstdint>
+
+#include "qx/export.h"
+#include "qx/rest_request.h"
+#include "qx/rest_response.h"
+#include "qx/rest_session.h"
+#include "qx/rest_settings.h"
+
+class ICSAppFactory;
+
+/// Makes calls: one after the other, on the caller's thread, which is blocked until the call has ended. Redirects are
+/// not followed, a POST is sent once and never again, environment variables and configuration files are not read,
+/// certificates are always verified.
+class QX_API ICSRestClient {
+ public:
+  virtual ~ICSRestClient();
+
+  /// Send the session's headers, the request's headers and query parameters through the session's pool. They give
+  /// `CMRestCode::Success`, another `CMRestCode`, or the HTTP status of a reply whose status is not 2xx.
+  /// `*response` is set in every case: the caller owns it and deletes it. When the transfer itself failed it is
+  /// empty; a whole reply with a failed status keeps its body. Neither pointer may be null. Apart from
+  /// `std::bad_alloc`, which leaves `*response` untouched, nothing is thrown.
+  virtual std::int32_t restGet(CMRestGetRequest* request, CMRestResourceResponse** response) = 0;
+  virtual std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) = 0;
+};
+
+/// The service behind `ICSAppFactory::obtainRestClientFactory`. Lives as long as the process; any thread may use it.
+class QX_API ICSRestClientFactory {
+ public:
+  virtual ~ICSRestClientFactory();
+  /// A new client. The caller owns it and deletes it. Settings and session are not owned, must outlive the client and
+  /// are read when a call begins. Null settings: the defaults. Null session: no headers and no pool.
+  virtual ICSRestClient* createRestClient(ICSAppFactory* factory, const CMRestGlobalSettings* settings,
+                                          CMRestSession* session) = 0;
+};

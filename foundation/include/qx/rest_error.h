@@ -1,0 +1,57 @@
+// Result codes of calls, and the sentences that tell a user what they mean.
+#pragma once
+
+#include <any>
+#include <cstdint>
+#include <string>
+
+#include "qx/export.h"
+
+/// The codes that are no HTTP status. From 100 on a code is the HTTP status of a whole reply that is a failure.
+namespace CMRestCode {
+enum : std::int32_t {
+  Success = 0,
+  InvalidURL = 1,          // empty, unreadable, or of a scheme other than http and https
+  InvalidHeader = 2,       // a line break, NUL or other control character inside a header
+  NameNotFound = 3,        // the host's name could not be resolved
+  ProxyNameNotFound = 4,   // the proxy's name could not be resolved
+  ConnectionRefused = 5,   // nothing listens there, or the host cannot be reached
+  ConnectTimedOut = 6,     // no connection within `connectTimeoutMs`
+  RequestTimedOut = 7,     // no whole reply within `requestTimeoutMs`
+  UnknownAuthority = 8,    // the certificate is signed by nobody who is trusted, or is out of date
+  CertificateName = 9,     // the certificate is for another name
+  TLSFailed = 10,          // no common version, broken handshake
+  CAFileUnreadable = 11,   // `caFile` names no readable PEM file
+  ClosedBeforeReply = 12,  // the connection ended before a reply had begun
+  ClosedInsideReply = 13,  // the connection ended, or the reply broke off, inside the reply
+  MalformedReply = 14,     // what came is no HTTP, or is packed in a damaged way
+  ReplyTooLarge = 15,      // more than `maxResponseBytes`
+  Cancelled = 16,          // `QXCancelSource::cancel`
+  ProxyRefused = 17,       // the proxy did not open the way
+  SendFailed = 18,         // the request could not be sent whole
+  TransferFailed = 19,     // everything else
+};
+}  // namespace CMRestCode
+
+/// A code in words.
+struct CMRestErrorRecord {
+  std::string context;  // where it belongs; empty
+  std::string message;  // one sentence for the user, in English. Never holds a URL, a query or a key
+  std::any detail;      // empty
+};
+
+/// Puts codes into words. Any thread may use it.
+class QX_API ICSErrorTranslator {
+ public:
+  virtual ~ICSErrorTranslator();
+  /// The sentence of a code. An unknown code has a sentence too; success gives an empty one.
+  virtual CMRestErrorRecord translateError(std::int32_t code) const = 0;
+};
+
+/// The service behind `ICSAppFactory::obtainErrorService`. Lives as long as the process; any thread may use it.
+class QX_API ICSErrorService {
+ public:
+  virtual ~ICSErrorService();
+  /// Not owned; lives as long as the process.
+  virtual ICSErrorTranslator* obtainErrorTranslator() = 0;
+};

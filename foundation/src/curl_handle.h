@@ -1,0 +1,76 @@
+// The owning types of libcurl's handles. Nothing outside the REST sources includes this.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <new>
+#include <type_traits>
+
+/// Initialises libcurl at the first use in the process. It is never cleaned up: other users of libcurl in the process
+/// and connections that a host still holds at its end could not bear it. False when libcurl cannot be used.
+bool initializeCurl();
+
+/// Gives a handle of libcurl back to the function that its kind wants.
+template <auto Release>
+struct CurlRelease {
+  template <typename Handle>
+  void operator()(Handle* handle) const noexcept {
+    // Some of these functions have a result; there is nothing to be done about it at the end of a handle.
+    static_cast<void>(Release(handle));
+  }
+};
+
+using CurlMulti = std::unique_ptr<CURLM, CurlRelease<curl_multi_cleanup>>;
+using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
+
+/// A list of texts, copied.
+class CurlList {
+ public:
+  void append(const char* text) {
+    curl_slist* const longer = curl_slist_append(list_.get(), text);
+    if (longer == nullptr) throw std::bad_alloc();
+    static_cast<void>(list_.release());  // `longer` is the same list, or its first member
+    list_.reset(longer);
+  }
+  curl_slist* get() const noexcept { return list_.get(); }
+
+ private:
+  std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>> list_;
+};
+
+/// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.
+class CurlEasy {
+ public:
+  CurlEasy() : handle_(curl_easy_init()) {
+    if (!handle_) throw std::bad_alloc();
+  }
+
+  template <typename Value>
+  void set(CURLoption option, Value value) {
+    static_assert(std::is_same_v<Value, long> || std::is_same_v<Value, curl_off_t> || std::is_pointer_v<Value> ||
+                      std::is_null_pointer_v<Value>,
+                  "libcurl reads options as these types and nothing converts on the way");
+    CURLcode result = CURLE_OK;
+    if constexpr (std::is_null_pointer_v<Value>) {
+      result = curl_easy_setopt(handle_.get(), option, static_cast<void*>(nullptr));
+    } else {
+      result = curl_easy_setopt(handle_.get(), option, value);
+    }
+    if (result != CURLE_OK) isComplete_ = false;
+  }
+  /// True when every option could be set.
+  bool isComplete() const noexcept { return isComplete_; }
+
+  /// What the transfer was like; 0 when libcurl doesn't tell.
+  template <typename Value>
+  Value obtainInfo(CURLINFO info) const noexcept {
+    Value value = 0;
+    return curl_easy_getinfo(handle_.get(), info, &value) == CURLE_OK ? value : Value{0};
+  }
+  CURL* get() const noexcept { return handle_.get(); }
+
+ private:
+  std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>> handle_;
+  bool isComplete_ = true;
+};

@@ -1,0 +1,262 @@
+#include "rest_call.h"
+
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+#include <openssl/x509_vfy.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "certificate_store.h"
+#include "qx/rest_error.h"
+#include "rest_outcome.h"
+
+namespace {
+
+// Far above what servers send; it only keeps an endless header block from filling the memory.
+constexpr std::size_t kMaxHeadBytes = 256U * 1024U;
+// The call is woken for everything that matters to it; this is how long a lost waking would delay it.
+constexpr int kPollMs = 1000;
+constexpr long kMaxIdleSeconds = 30;
+
+/// Where libcurl's callbacks keep what they see. No exception leaves them: libcurl could not pass it on.
+struct Transfer {
+  CURL* easy = nullptr;
+  std::uint64_t maxBodyBytes = 0;
+  std::string_view unsent;
+  std::string body;
+  std::size_t headBytes = 0;
+  bool hasWholeHead = false;
+  bool isTooLarge = false;
+  bool isOutOfMemory = false;
+};
+
+std::size_t readBody(char* target, std::size_t size, std::size_t count, void* userData) {
+  std::string_view& unsent = static_cast<Transfer*>(userData)->unsent;
+  const std::size_t length = std::min(size * count, unsent.size());
+  std::memcpy(target, unsent.data(), length);
+  unsent.remove_prefix(length);
+  return length;
+}
+
+std::size_t writeHeader(char* data, std::size_t size, std::size_t count, void* userData) {
+  auto& transfer = *static_cast<Transfer*>(userData);
+  const std::string_view line(data, size * count);
+  transfer.headBytes += line.size();
+  if (transfer.headBytes > kMaxHeadBytes) {
+    transfer.isTooLarge = true;
+    return 0;
+  }
+  if (line.substr(0, 5) == "HTTP/") transfer.hasWholeHead = false;  // the head behind a preliminary one
+  if (line == "\r\n" || line == "\n") transfer.hasWholeHead = true;
+  return line.size();
+}
+
+std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* userData) {
+  auto& transfer = *static_cast<Transfer*>(userData);
+  const std::size_t length = size * count;
+  if (length > transfer.maxBodyBytes - transfer.body.size()) {
+    transfer.isTooLarge = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  try {
+    curl_off_t announced = 0;
+    if (transfer.body.empty() &&
+        curl_easy_getinfo(transfer.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced) == CURLE_OK && announced > 0 &&
+        static_cast<std::uint64_t>(announced) <= transfer.maxBodyBytes) {
+      transfer.body.reserve(static_cast<std::size_t>(announced));
+    }
+    transfer.body.append(data, length);
+    return length;
+  } catch (...) {
+    transfer.isOutOfMemory = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+}
+
+// libcurl looks at the first error that OpenSSL has queued, and where a signature is wrong that is one of arithmetic:
+// the refused certificate would pass for a failed handshake.
+int leaveVerdictAlone(int isTrusted, X509_STORE_CTX* /*chain*/) {
+  if (isTrusted == 0) ERR_clear_error();
+  return isTrusted;
+}
+
+CURLcode setUpContext(CURL* /*easy*/, void* sslContext, void* /*userData*/) {
+  auto* const context = static_cast<SSL_CTX*>(sslContext);
+  SSL_CTX_set_verify(context, SSL_VERIFY_PEER, leaveVerdictAlone);
+  // SSLKEYLOGFILE in the environment would make libcurl write down what opens recorded connections.
+  SSL_CTX_set_keylog_callback(context, nullptr);
+  return CURLE_OK;
+}
+
+CURLcode setUpContextForSystem(CURL* easy, void* sslContext, void* userData) {
+  X509_STORE* const store = obtainSystemCertificateStore();
+  if (store == nullptr) return CURLE_SSL_CACERT_BADFILE;
+  SSL_CTX_set1_cert_store(static_cast<SSL_CTX*>(sslContext), store);
+  return setUpContext(easy, sslContext, userData);
+}
+
+// libcurl's own folder of authorities would count beside the file.
+void setTrustedAuthorities(CurlEasy& easy, const char* file, bool hasProxy) {
+  easy.set(CURLOPT_CAINFO, file);
+  easy.set(CURLOPT_CAPATH, nullptr);
+  if (!hasProxy) return;
+  easy.set(CURLOPT_PROXY_CAINFO, file);
+  easy.set(CURLOPT_PROXY_CAPATH, nullptr);
+}
+
+void setTLSOptions(CurlEasy& easy, const CMRestGlobalSettings& settings) {
+  constexpr long kOldestVersion = CURL_SSLVERSION_TLSv1_2;
+  constexpr long kSameName = 2;
+  easy.set(CURLOPT_SSLVERSION, kOldestVersion);
+  easy.set(CURLOPT_SSL_VERIFYPEER, 1L);
+  easy.set(CURLOPT_SSL_VERIFYHOST, kSameName);
+  const bool hasProxy = !settings.proxyURL.empty();
+  if (hasProxy) {
+    easy.set(CURLOPT_PROXY_SSLVERSION, kOldestVersion);
+    easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
+    easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
+  }
+
+  const bool hasFile = !settings.caFile.empty();
+  if (hasFile) setTrustedAuthorities(easy, settings.caFile.c_str(), hasProxy);
+  if (!isCurlOnOurOpenSSL()) return;
+  if (!hasFile) setTrustedAuthorities(easy, nullptr, hasProxy);
+  easy.set(CURLOPT_SSL_CTX_FUNCTION, hasFile ? setUpContext : setUpContextForSystem);
+}
+
+long clampMilliseconds(std::int64_t milliseconds) {
+  return static_cast<long>(std::clamp<std::int64_t>(milliseconds, 0, std::numeric_limits<int>::max()));
+}
+
+void setTransportOptions(CurlEasy& easy, const CMRestGlobalSettings& settings) {
+  easy.set(CURLOPT_PROTOCOLS_STR, "http,https");
+  easy.set(CURLOPT_FOLLOWLOCATION, 0L);
+  easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+  easy.set(CURLOPT_HTTP09_ALLOWED, 0L);
+  easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
+  // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
+  easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
+  easy.set(CURLOPT_NOPROXY, "");
+  easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+
+  easy.set(CURLOPT_NOSIGNAL, 1L);
+  easy.set(CURLOPT_TCP_KEEPALIVE, 1L);
+  easy.set(CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
+  const bool hasConnectTimeout = settings.connectTimeoutMs > 0;
+  easy.set(CURLOPT_CONNECTTIMEOUT_MS,
+           clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
+  easy.set(CURLOPT_TIMEOUT_MS, clampMilliseconds(settings.requestTimeoutMs));
+#if LIBCURL_VERSION_NUM >= 0x075700
+  // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
+  easy.set(CURLOPT_QUICK_EXIT, 1L);
+#endif
+}
+
+void setRequestOptions(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
+  easy.set(CURLOPT_URL, call.url.c_str());
+  easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
+  easy.set(CURLOPT_HTTPHEADER, call.headerLines.get());
+  easy.set(CURLOPT_ACCEPT_ENCODING, "gzip");
+  easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
+  easy.set(CURLOPT_HEADERDATA, &transfer);
+  easy.set(CURLOPT_WRITEFUNCTION, writeBody);
+  easy.set(CURLOPT_WRITEDATA, &transfer);
+  if (!call.postBody) return;
+
+  transfer.unsent = *call.postBody;
+  easy.set(CURLOPT_POST, 1L);
+  // From memory libcurl would send a body again on a new connection when a kept one dies, although the server may have
+  // read it. It cannot rewind what a callback gave it.
+  easy.set(CURLOPT_READFUNCTION, readBody);
+  easy.set(CURLOPT_READDATA, &transfer);
+  easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(call.postBody->size()));
+  // An empty body needs no rewinding, so only a new connection keeps libcurl from sending it twice.
+  if (call.postBody->empty()) easy.set(CURLOPT_FRESH_CONNECT, 1L);
+}
+
+/// An easy handle's stay in a multi handle.
+class Attachment {
+ public:
+  Attachment(CURLM* multi, CURL* easy)
+      : multi_(multi), easy_(easy), isAttached_(curl_multi_add_handle(multi, easy) == CURLM_OK) {}
+  ~Attachment() {
+    // It can only fail for handles that don't belong together.
+    if (isAttached_) static_cast<void>(curl_multi_remove_handle(multi_, easy_));
+  }
+  Attachment(const Attachment&) = delete;
+  Attachment& operator=(const Attachment&) = delete;
+
+  bool isAttached() const noexcept { return isAttached_; }
+
+ private:
+  CURLM* multi_;
+  CURL* easy_;
+  bool isAttached_;
+};
+
+/// Drives the one transfer of the multi handle to its end. Nothing when it was cancelled on the way.
+std::optional<CURLcode> drive(const QXHTTPPoolCenter::Lease& lease) {
+  CURLM* const multi = lease.obtainMulti();
+  int running = 1;
+  for (;;) {
+    if (lease.isCancelled()) return std::nullopt;
+    if (curl_multi_perform(multi, &running) != CURLM_OK) return CURLE_FAILED_INIT;
+    if (running == 0) break;
+    if (curl_multi_poll(multi, nullptr, 0, kPollMs, nullptr) != CURLM_OK) return CURLE_FAILED_INIT;
+  }
+  int waiting = 0;
+  const CURLMsg* const message = curl_multi_info_read(multi, &waiting);
+  return message != nullptr && message->msg == CURLMSG_DONE ? message->data.result : CURLE_FAILED_INIT;
+}
+
+// libcurl compares the names before it stores the verdict on the chain, which is unspecified until then.
+bool isChainTrusted(long verdict) { return verdict == X509_V_OK || verdict == X509_V_ERR_UNSPECIFIED; }
+
+RestOutcome describe(const CurlEasy& easy, const Transfer& transfer, CURLcode result) {
+  RestOutcome outcome;
+  outcome.result = result;
+  outcome.status = easy.obtainInfo<long>(CURLINFO_RESPONSE_CODE);
+  outcome.proxyStatus = easy.obtainInfo<long>(CURLINFO_HTTP_CONNECTCODE);
+  outcome.isConnected = easy.obtainInfo<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) > 0;
+  outcome.isChainTrusted = isChainTrusted(easy.obtainInfo<long>(CURLINFO_SSL_VERIFYRESULT)) &&
+                           isChainTrusted(easy.obtainInfo<long>(CURLINFO_PROXY_SSL_VERIFYRESULT));
+  outcome.hasReplyBegun = transfer.headBytes > 0;
+  outcome.hasWholeHead = transfer.hasWholeHead;
+  outcome.isTooLarge = transfer.isTooLarge;
+  return outcome;
+}
+
+}  // namespace
+
+bool initializeCurl() {
+  static const bool isInitialized = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+  return isInitialized;
+}
+
+RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
+  // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
+  const QXHTTPPoolCenter::Lease lease(pool);
+  Transfer transfer;
+  CurlEasy easy;
+  transfer.easy = easy.get();
+  transfer.maxBodyBytes = settings.maxResponseBytes;
+  setTransportOptions(easy, settings);
+  setTLSOptions(easy, settings);
+  setRequestOptions(easy, call, transfer);
+  if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
+  const Attachment attachment(lease.obtainMulti(), easy.get());
+  if (!attachment.isAttached()) return {CMRestCode::TransferFailed, {}};
+
+  const std::optional<CURLcode> result = drive(lease);
+
+  if (transfer.isOutOfMemory) throw std::bad_alloc();
+  if (!result) return {CMRestCode::Cancelled, {}};
+  const std::int32_t code = obtainRestCode(describe(easy, transfer, *result));
+  const bool isWhole = code == CMRestCode::Success || code >= kFirstHTTPStatus;
+  return {code, isWhole ? std::move(transfer.body) : std::string()};
+}

@@ -1,0 +1,27 @@
+// One HTTP call from its first to its last byte.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "curl_handle.h"
+#include "qx/rest_settings.h"
+#include "qx_http_pool_center.h"
+
+/// What is to be sent, checked and encoded.
+struct RestCall {
+  std::string url;
+  CurlList headerLines;
+  std::string userAgent;
+  std::optional<std::string> postBody;  // a GET without it
+};
+
+struct RestResult {
+  std::int32_t code;
+  std::string body;  // empty unless the reply came whole
+};
+
+/// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
+/// but `std::bad_alloc` is thrown.
+RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);

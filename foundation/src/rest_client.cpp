@@ -1,0 +1,96 @@
+#include "qx/rest_client.h"
+
+#include <memory>
+#include <utility>
+
+#include "curl_handle.h"
+#include "qx/assertion.h"
+#include "qx/http_pool_center.h"
+#include "qx/rest_error.h"
+#include "qx/text.h"
+#include "rest_call.h"
+#include "rest_headers.h"
+#include "rest_services.h"
+#include "rest_url.h"
+
+namespace {
+
+constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
+constexpr std::string_view kJsonContentType = " application/json";
+
+/// The request as it is going to be sent, or the code of what is wrong with it.
+std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session, const CMRestGlobalSettings& settings,
+                     std::string_view contentType, RestCall& call) {
+  std::optional<std::string> url = createURL(request.obtainURL(), request.obtainQueryParams());
+  if (!url) return CMRestCode::InvalidURL;
+  call.url = *std::move(url);
+  const CMRestParamList noHeaders;
+  std::optional<CurlList> lines = createHeaderLines(session != nullptr ? session->obtainHeaderParams() : noHeaders,
+                                                    request.obtainHeaderParams(), contentType);
+  if (!lines) return CMRestCode::InvalidHeader;
+  call.headerLines = *std::move(lines);
+  call.userAgent = settings.userAgent.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(settings.userAgent);
+  return isHeaderValue(call.userAgent) ? CMRestCode::Success : CMRestCode::InvalidHeader;
+}
+
+class RestClient final : public ICSRestClient {
+ public:
+  RestClient(const CMRestGlobalSettings* settings, CMRestSession* session) : settings_(settings), session_(session) {}
+
+  std::int32_t restGet(CMRestGetRequest* request, CMRestResourceResponse** response) override {
+    return finish(run(request, "", std::nullopt), response);
+  }
+
+  std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) override {
+    const ICOJsonValue* const json = request != nullptr ? request->obtainJson() : nullptr;
+    return finish(run(request, json != nullptr ? kJsonContentType : "",
+                      json != nullptr ? json->obtainJsonString() : std::string()),
+                  response);
+  }
+
+ private:
+  RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
+    if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
+    const CMRestGlobalSettings settings = settings_ != nullptr ? *settings_ : CMRestGlobalSettings();
+    RestCall call;
+    call.postBody = std::move(postBody);
+    const std::int32_t code = prepare(*request, session_, settings, contentType, call);
+    if (code != CMRestCode::Success) return {code, {}};
+    return performRestCall(call, settings, obtainPool());
+  }
+
+  std::int32_t finish(RestResult result, CMRestResourceResponse** response) {
+    if (!qxAssert(response != nullptr)) return result.code;
+    auto filled = std::make_unique<CMRestResourceResponse>(std::move(result.body));
+    if (QXHTTPPoolCenter* const pool = obtainPool(); pool != nullptr) pool->setLastCode(result.code);
+    *response = filled.release();
+    return result.code;
+  }
+
+  QXHTTPPoolCenter* obtainPool() const noexcept {
+    return session_ != nullptr ? QXHTTPPoolCenter::obtainFrom(session_->poolCenter) : nullptr;
+  }
+
+  const CMRestGlobalSettings* settings_;
+  CMRestSession* session_;
+};
+
+class RestClientFactory final : public ICSRestClientFactory {
+ public:
+  ICSRestClient* createRestClient(ICSAppFactory* /*factory*/, const CMRestGlobalSettings* settings,
+                                  CMRestSession* session) override {
+    // Calls find out whether it went well: a client is given in any case.
+    static_cast<void>(initializeCurl());
+    return std::make_unique<RestClient>(settings, session).release();
+  }
+};
+
+}  // namespace
+
+ICSRestClient::~ICSRestClient() = default;
+ICSRestClientFactory::~ICSRestClientFactory() = default;
+
+ICSRestClientFactory* obtainRestClientFactoryInstance() {
+  static RestClientFactory* const factory = std::make_unique<RestClientFactory>().release();
+  return factory;
+}

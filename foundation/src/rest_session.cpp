@@ -1,0 +1,22 @@
+#include "qx/rest_session.h"
+
+#include <algorithm>
+
+#include "qx/text.h"
+#include "rest_headers.h"
+
+CMRestSession::~CMRestSession() = default;
+
+void CMRestSession::setAuthorizationHeaderValue(std::string_view value) { addHeaderParam("Authorization", value); }
+
+void CMRestSession::addHeaderParam(std::string_view name, std::string_view value) {
+  std::string trimmedName = qxTrimAsString(name);
+  const auto known = std::find_if(headers_.begin(), headers_.end(), [&trimmedName](const auto& header) {
+    return isSameIgnoringCase(header.first, trimmedName);
+  });
+  if (known == headers_.end()) {
+    headers_.emplace_back(std::move(trimmedName), value);
+  } else {
+    known->second = value;
+  }
+}

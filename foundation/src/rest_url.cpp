@@ -1,0 +1,97 @@
+#include "rest_url.h"
+
+#include <algorithm>
+#include <new>
+#include <string_view>
+
+#include "curl_handle.h"
+#include "rest_headers.h"
+
+namespace {
+
+// What stands for itself everywhere, beside letters and digits; and what may stand in a path or a query.
+constexpr std::string_view kUnreserved = "-._~";
+constexpr std::string_view kPathAndQuery = "-._~/?:@!$&'()*+,;=";
+
+bool isAlphanumeric(char character) noexcept {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+         (character >= '0' && character <= '9');
+}
+
+bool isHexDigit(char character) noexcept {
+  return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f') ||
+         (character >= 'A' && character <= 'F');
+}
+
+bool isEscape(std::string_view text) noexcept {
+  return text.size() >= 3 && text[0] == '%' && isHexDigit(text[1]) && isHexDigit(text[2]);
+}
+
+void appendEscape(std::string& target, char character) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const auto code = static_cast<unsigned char>(character);
+  target += {'%', kDigits[code >> 4U], kDigits[code & 0xFU]};
+}
+
+void appendEncoded(std::string& target, std::string_view text, std::string_view allowed) {
+  for (const char character : text) {
+    if (isAlphanumeric(character) || allowed.find(character) != std::string_view::npos) {
+      target += character;
+    } else {
+      appendEscape(target, character);
+    }
+  }
+}
+
+// A per cent sign that begins no escape is meant as itself.
+void appendPathAndQuery(std::string& target, std::string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isEscape(text.substr(i))) {
+      target += text[i];
+    } else {
+      appendEncoded(target, text.substr(i, 1), kPathAndQuery);
+    }
+  }
+}
+
+void appendQuery(std::string& target, const CMRestParamList& query) {
+  for (const auto& [name, value] : query) {
+    const std::size_t mark = target.find('?');
+    if (mark == std::string::npos) {
+      target += '?';
+    } else if (mark + 1 != target.size()) {
+      target += '&';
+    }
+    appendEncoded(target, name, kUnreserved);
+    target += '=';
+    appendEncoded(target, value, kUnreserved);
+  }
+}
+
+bool isReadable(const std::string& url) {
+  const CurlURL parsed(curl_url());
+  if (!parsed) throw std::bad_alloc();
+  return curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
+}
+
+}  // namespace
+
+std::optional<std::string> createURL(const std::string& url, const CMRestParamList& query) {
+  constexpr std::string_view kSeparator = "://";
+  const std::string_view text = url;
+  const std::size_t schemeEnd = text.find(kSeparator);
+  if (schemeEnd == std::string_view::npos) return std::nullopt;
+  const std::string_view scheme = text.substr(0, schemeEnd);
+  if (!isSameIgnoringCase(scheme, "http") && !isSameIgnoringCase(scheme, "https")) return std::nullopt;
+
+  const std::size_t hostBegin = schemeEnd + kSeparator.size();
+  const std::size_t pathBegin = std::min(text.find_first_of("/?#", hostBegin), text.size());
+  if (pathBegin == hostBegin) return std::nullopt;  // libcurl would take the path's first segment for the host
+  // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading.
+  if (text.substr(0, pathBegin).find('\0') != std::string_view::npos) return std::nullopt;
+  std::string result(text.substr(0, pathBegin));
+  appendPathAndQuery(result, text.substr(pathBegin, std::min(text.find('#', pathBegin), text.size()) - pathBegin));
+  appendQuery(result, query);
+  if (!isReadable(result)) return std::nullopt;
+  return result;
+}

@@ -1,0 +1,12 @@
+// The URL of a call, checked and encoded before anything is sent.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "qx/rest_request.h"
+
+/// The URL with the query parameters behind its own. What may not stand in a path or a query is percent-encoded,
+/// what is already encoded stays. A fragment is dropped, since it is never sent. Nothing when the URL cannot be read
+/// or its scheme is neither http nor https.
+std::optional<std::string> createURL(const std::string& url, const CMRestParamList& query);

@@ -1,0 +1,8 @@
+// What the library hands out.
+#pragma once
+
+/// The root of everything that a host gives back with `ZEAFreeObject`.
+class IZEAObject {
+ public:
+  virtual ~IZEAObject() = default;
+};

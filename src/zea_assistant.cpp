@@ -1,0 +1,78 @@
+#include "zea_assistant.h"
+
+#include "qx/assertion.h"
+#include "qx/text.h"
+#include "zea_default_assistant_memory.h"
+
+ZEAAssistant::ZEAAssistant(ICSHTTPPoolCenter* pool, const std::string& apiHost, const char* defaultHost,
+                           IZEAAssistantMemory* givenMemory, std::unique_ptr<ZEAAssistantProperties> store)
+    : memory(givenMemory), ownsMemory(false), properties(std::move(store)), session(new CMRestSession) {
+  session->poolCenter = pool;
+  std::unique_ptr<IZEAAssistantMemory> ownMemory;
+  if (memory == nullptr) {
+    ownMemory = std::make_unique<ZEADefaultAssistantMemory>();
+    memory = ownMemory.get();
+  }
+  if (properties == nullptr) properties = std::make_unique<ZEAAssistantProperties>(memory);
+  properties->memory = memory;
+  properties->normalizeHost(apiHost, defaultHost, true);
+  ownsMemory = ownMemory.release() != nullptr;
+}
+
+ZEAAssistant::~ZEAAssistant() {
+  // In this order: the pool may be a host's own class, and a store outlives the memory that it points at.
+  if (ownsMemory) delete memory;
+  httpPoolCenter.reset();
+  session.reset();
+  properties.reset();
+}
+
+IZEAAssistantMemory* ZEAAssistant::releaseMemory() {
+  ownsMemory = false;
+  return memory;
+}
+
+void ZEAAssistant::setMemory(IZEAAssistantMemory* newMemory) {
+  if (!qxAssert(newMemory != nullptr)) return;
+  if (!qxAssert(!ownsMemory || newMemory != memory)) return;
+  if (ownsMemory) delete memory;
+  memory = newMemory;
+  properties->memory = newMemory;
+  ownsMemory = false;
+}
+
+std::string ZEAAssistant::updateProperties(std::function<void(IZEAProperties*)> function) {
+  if (!function) throw std::bad_function_call();
+  const std::string keyBefore = properties->apiKey;
+  try {
+    function(properties.get());
+  } catch (...) {
+    settleProperties(keyBefore);  // what was set before the host's function gave up is in force all the same
+    throw;
+  }
+  settleProperties(keyBefore);
+  return {};
+}
+
+void ZEAAssistant::settleProperties(const std::string& keyBefore) {
+  if (properties->assignedKeys.count("temperature") > 0) {
+    double temperature = properties->temperature;
+    if (temperature > 2.0) temperature = 2.0;
+    if (temperature < 0.0) temperature = 0.0;
+    properties->temperature = limitTemperature(temperature);
+  }
+  if (properties->assignedKeys.count("api_host") > 0) properties->apiHost = qxTrimAsString(properties->apiHost);
+  if (properties->apiKey != keyBefore) sendCredentials();
+}
+
+IZEAProperties* ZEAAssistant::obtainProperties() const {
+  // Sliced on purpose: the copy is a plain store, whatever the adapter's own is.
+  return new ZEAAssistantProperties(*properties);
+}
+
+void ZEAAssistant::adoptKey(const std::string& apiKey) {
+  properties->apiKey = apiKey;
+  sendCredentials();
+}
+
+void ZEAAssistant::sendCredentials() { session->setAuthorizationHeaderValue("Bearer " + properties->apiKey); }

@@ -1,0 +1,122 @@
+#include "zea_assistant_anthropic.h"
+
+#include <limits>
+
+#include "qx/app_factory.h"
+#include "qx/assertion.h"
+#include "qx/date_time.h"
+#include "qx/defer.h"
+#include "zea_json_read.h"
+
+namespace {
+
+constexpr char kDefaultHost[] = "api.anthropic.com";
+constexpr char kMaxTokens[] = "max_tokens";  // the property's key and the request's member
+constexpr std::int32_t kDefaultMaxTokens = 1024;
+constexpr char kDateFormat[] = "%Y-%m-%dT%H:%M:%SZ";
+
+/// A date as the number that listings are sorted by; one that can't be read comes last.
+std::int32_t sortKeyOf(const ICSDateTimeConverter& converter, std::string_view date) {
+  const std::unique_ptr<CODateTime> parsed(CODateTime::dateTimeFromString(std::string(date), kDateFormat));
+  return static_cast<std::int32_t>(converter.toEpochSeconds(*parsed, 0));
+}
+
+class Call final : public ZEACall {
+ public:
+  using ZEACall::ZEACall;
+
+ protected:
+  ZEAPath chatPath() const override { return {"v1", "messages"}; }
+  ZEAPath listingPath() const override { return {"v1", "models"}; }
+
+  void writeBody(COJson& body, const std::string& text) const override {
+    body.addKeyValue("model")->setStringValue(properties.model);
+    writeTemperature(body);
+    const bool assigned = properties.assignedKeys.count(kMaxTokens) > 0;
+    body.addKeyValue(kMaxTokens)
+        ->setIntValue(assigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
+    if (const std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
+      body.addKeyValue("system")->setStringValue(instructions);
+    }
+    COJsonValue* const messages = body.addKeyValue("messages");
+    messages->setAsArray();
+    writeTurns(*messages, text);
+  }
+
+  /// The text of all blocks whose type is "text".
+  std::optional<std::string> readReply(const COJsonValue& body) const override {
+    const COJsonValue* const content = arrayMember(body, "content");
+    if (content == nullptr) return std::nullopt;
+    std::string reply;
+    forEachItem(*content, [&reply](const COJsonValue& block) {
+      const auto text = stringMember(block, "text");
+      if (text && stringMember(block, "type") == "text") reply.append(*text);
+    });
+    return reply;
+  }
+
+  std::optional<std::string> listingFailure(const ZEAAnswer& answer) const override { return failureInBody(answer); }
+
+  std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const override {
+    const COJsonValue* const data = arrayMember(body, "data");
+    if (data == nullptr) return std::nullopt;
+    ICSDateTimeConverter* const converter = QX::obtainAppFactory()->obtainDateTimeService()->createDateTimeConverter();
+    const CODefer freeConverter([converter] { delete converter; });
+    std::vector<DatedModel> models;
+    forEachItem(*data, [&](const COJsonValue& model) {
+      const auto name = stringMember(model, "id");
+      const auto date = stringMember(model, "created_at");
+      if (name && date && stringMember(model, "type") == "model") {
+        models.push_back({sortKeyOf(*converter, *date), *name});
+      }
+    });
+    return newestFirst(std::move(models));
+  }
+};
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> ZEAAssistantProperties_ANTHROPIC::obtainDescription() const {
+  auto description = ZEAAssistantProperties::obtainDescription();
+  description.emplace_back(kMaxTokens, "integer");
+  return description;
+}
+
+CMVariant ZEAAssistantProperties_ANTHROPIC::obtainValue(const std::string& key) const {
+  if (key == kMaxTokens) return maxTokens;
+  return ZEAAssistantProperties::obtainValue(key);
+}
+
+bool ZEAAssistantProperties_ANTHROPIC::setValue(const std::string& key, const CMVariant& value) {
+  if (key != kMaxTokens) return ZEAAssistantProperties::setValue(key, value);
+  // Without a guard: whatever number a value of another kind has is taken.
+  static_cast<void>(qxAssert(value.getValueType() == CMVariant::ValueType::Int));
+  maxTokens = value.intValue();
+  assignedKeys.insert(key);
+  return true;
+}
+
+ZEAAssistant_ANTHROPIC::ZEAAssistant_ANTHROPIC(ICSHTTPPoolCenter* pool, const std::string& apiHost,
+                                               const std::string& apiKey, IZEAAssistantMemory* givenMemory)
+    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory, std::make_unique<ZEAAssistantProperties_ANTHROPIC>()) {
+  adoptKey(apiKey);
+  session->addHeaderParam("anthropic-version", "2023-06-01");
+}
+
+std::string ZEAAssistant_ANTHROPIC::obtainDefaultHost() const { return kDefaultHost; }
+
+std::string ZEAAssistant_ANTHROPIC::obtainEndpointURL() const { return Call(callContext()).chatURL(); }
+
+std::pair<std::vector<std::string>, std::string> ZEAAssistant_ANTHROPIC::obtainAvailableModels() {
+  return Call(callContext()).listModels();
+}
+
+std::pair<IZEAMessage*, std::string> ZEAAssistant_ANTHROPIC::addMessage(std::string text) {
+  return Call(callContext()).sendMessage(text);
+}
+
+double ZEAAssistant_ANTHROPIC::limitTemperature(double temperature) const {
+  return temperature > 1.0 ? 1.0 : temperature;
+}
+
+void ZEAAssistant_ANTHROPIC::sendCredentials() { session->addHeaderParam("x-api-key", properties->apiKey); }

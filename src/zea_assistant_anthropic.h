@@ -1,0 +1,32 @@
+// The assistant for ANTHROPIC, over its Messages protocol, and its property store.
+#pragma once
+
+#include "zea_assistant.h"
+
+/// The plain store and one key more: "max_tokens", the longest reply in tokens, which goes out with every request.
+class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
+ public:
+  /// Its memory is null until the assistant sets it.
+  ZEAAssistantProperties_ANTHROPIC() : ZEAAssistantProperties(nullptr) {}
+
+  std::vector<std::pair<std::string, std::string>> obtainDescription() const override;
+  CMVariant obtainValue(const std::string& key) const override;
+  bool setValue(const std::string& key, const CMVariant& value) override;
+
+  std::int32_t maxTokens = 1024;
+};
+
+class ZEAAssistant_ANTHROPIC final : public ZEAAssistant {
+ public:
+  ZEAAssistant_ANTHROPIC(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
+                         IZEAAssistantMemory* memory);
+
+  std::string obtainDefaultHost() const override;
+  std::string obtainEndpointURL() const override;
+  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
+  std::pair<IZEAMessage*, std::string> addMessage(std::string text) override;
+
+ protected:
+  double limitTemperature(double temperature) const override;
+  void sendCredentials() override;
+};

@@ -1,0 +1,110 @@
+#include "zea_assistant_google.h"
+
+#include "qx/text.h"
+#include "zea_error_text.h"
+#include "zea_json_read.h"
+
+namespace {
+
+constexpr char kDefaultHost[] = "generativelanguage.googleapis.com";
+constexpr char kGenerateContent[] = "generateContent";  // the operation, and what a listed model must be able to do
+constexpr std::string_view kModelPrefix = "models/";
+
+ZEAPath pathOfModel(const std::string& model) { return {"v1beta", "models", model + ":" + kGenerateContent}; }
+
+bool canGenerateContent(const COJsonValue& model) {
+  const COJsonValue* const methods = arrayMember(model, "supportedGenerationMethods");
+  bool found = false;
+  if (methods != nullptr) {
+    forEachItem(*methods, [&found](const COJsonValue& method) { found |= stringIn(&method) == kGenerateContent; });
+  }
+  return found;
+}
+
+void appendParts(std::string& reply, const COJsonValue& candidate) {
+  const COJsonValue* const content = objectMember(candidate, "content");
+  if (content == nullptr || stringMember(*content, "role") != "model") return;
+  const COJsonValue* const parts = arrayMember(*content, "parts");
+  if (parts == nullptr) return;
+  forEachItem(*parts, [&reply](const COJsonValue& part) {
+    if (const auto text = stringMember(part, "text")) reply.append(*text);
+  });
+}
+
+class Call final : public ZEACall {
+ public:
+  using ZEACall::ZEACall;
+
+ protected:
+  ZEAPath chatPath() const override {
+    // Only the failure of an empty model is ever located there.
+    if (properties.model.empty()) return {"v1beta", "models", kGenerateContent};
+    return pathOfModel(properties.model);
+  }
+  ZEAPath listingPath() const override { return {"v1beta", "models"}; }
+  CMRestParamList query() const override { return {{"key", properties.apiKey}}; }
+  std::string errorText(const CMRestResourceResponse& response) const override { return obtainErrorMessage(response); }
+
+  void writeBody(COJson& body, const std::string& text) const override {
+    if (properties.sendsTemperature()) writeTemperature(*body.addKeyValue("generationConfig"));
+    if (const std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
+      body.addKeyValue("system_instruction")->addKeyValue("parts")->addKeyValue("text")->setStringValue(instructions);
+    }
+    COJsonValue* const contents = body.addKeyValue("contents");
+    contents->setAsArray();
+    writeTurns(*contents, text);
+  }
+
+  void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const override {
+    item.addKeyValue("role")->setStringValue(isAssistant ? "model" : "user");
+    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setStringValue(text);
+  }
+
+  std::optional<std::string> readReply(const COJsonValue& body) const override {
+    const COJsonValue* const candidates = arrayMember(body, "candidates");
+    if (candidates == nullptr) return std::nullopt;
+    std::string reply;
+    forEachItem(*candidates, [&reply](const COJsonValue& candidate) { appendParts(reply, candidate); });
+    return reply;
+  }
+
+  std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const override {
+    const COJsonValue* const listed = arrayMember(body, "models");
+    if (listed == nullptr) return std::nullopt;
+    std::vector<std::string> names;
+    forEachItem(*listed, [&names](const COJsonValue& model) {
+      auto name = stringMember(model, "name");
+      if (!name || !canGenerateContent(model)) return;
+      if (name->substr(0, kModelPrefix.size()) == kModelPrefix) name->remove_prefix(kModelPrefix.size());
+      names.emplace_back(*name);
+    });
+    return names;
+  }
+};
+
+}  // namespace
+
+ZEAAssistant_GOOGLE::ZEAAssistant_GOOGLE(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
+                                         IZEAAssistantMemory* givenMemory)
+    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory) {
+  adoptKey(apiKey);
+}
+
+std::string ZEAAssistant_GOOGLE::obtainDefaultHost() const { return kDefaultHost; }
+
+std::string ZEAAssistant_GOOGLE::obtainEndpointURL() const {
+  ZEAPath items = pathOfModel("[model]");  // for the host to fill in
+  items.insert(items.begin(), properties->apiHost);
+  return qxConcatURL(items);
+}
+
+std::pair<std::vector<std::string>, std::string> ZEAAssistant_GOOGLE::obtainAvailableModels() {
+  return Call(callContext()).listModels();
+}
+
+std::pair<IZEAMessage*, std::string> ZEAAssistant_GOOGLE::addMessage(std::string text) {
+  return Call(callContext()).sendMessage(text);
+}
+
+// The key travels in the query of each request, read from the store.
+void ZEAAssistant_GOOGLE::sendCredentials() {}

@@ -1,0 +1,360 @@
+#include "zea_assistant_properties.h"
+
+#include <algorithm>
+#include <memory>
+#include <regex>
+#include <string_view>
+
+#include "qx/assertion.h"
+#include "qx/json.h"
+#include "qx/text.h"
+#include "zea_json_read.h"
+
+namespace {
+
+// ---- The structure document: rendering one table, view or materialized view.
+
+/// Writes one CREATE statement behind a text. A walker for the stack of one function: the operations give false as
+/// soon as the description is rejected, and what they have written by then is taken back at the end.
+class StatementWriter {
+ public:
+  explicit StatementWriter(std::string& out) : out_(out) {}
+
+  void write(std::string_view schemaName, std::string_view kind, const COJsonValue* object) {
+    const std::size_t begin = out_.size();
+    if (!qxAssert(object != nullptr && writeStatement(schemaName, kind, *object))) out_.resize(begin);
+  }
+
+ private:
+  bool writeStatement(std::string_view schemaName, std::string_view kind, const COJsonValue& object) {
+    const auto name = stringMember(object, "name");
+    const COJsonValue* const fields = arrayMember(object, "fields");
+    const COJsonValue* const primaryKey = object.obtainKeyValue("pkeys");
+    const COJsonValue* const foreignKeys = object.obtainKeyValue("fkeys");
+    if (!name || fields == nullptr || !absentOrOfKind(primaryKey, COJsonValueType::Array) ||
+        !absentOrOfKind(foreignKeys, COJsonValueType::Array)) {
+      return false;
+    }
+    out_.append("CREATE ").append(kind).append(" ");
+    if (!schemaName.empty()) writeName(schemaName).append(".");
+    writeName(*name).append(" (");
+    // Without columns there is nothing that a key could refer to.
+    if (fields->obtainArraySize() > 0 &&
+        !(writeFields(*fields) && writePrimaryKey(primaryKey) && writeForeignKeys(foreignKeys))) {
+      return false;
+    }
+    out_.append(")");
+    return true;
+  }
+
+  bool writeFields(const COJsonValue& fields) {
+    return writeList(fields, [this](const COJsonValue& field) {
+      const auto name = stringMember(field, "name");
+      const auto type = stringMember(field, "type");
+      if (!name || !type) return false;
+      writeName(*name).append(" ").append(*type);
+      return true;
+    });
+  }
+
+  bool writePrimaryKey(const COJsonValue* columns) {
+    if (columns == nullptr || columns->obtainArraySize() == 0) return true;
+    out_.append(", PRIMARY KEY(");
+    return writeNames(*columns);
+  }
+
+  bool writeForeignKeys(const COJsonValue* keys) {
+    const std::size_t size = keys != nullptr ? keys->obtainArraySize() : 0;
+    for (std::size_t index = 0; index < size; ++index) {
+      if (!writeForeignKey(*keys->obtainArrayItem(index))) return false;
+    }
+    return true;
+  }
+
+  bool writeForeignKey(const COJsonValue& key) {
+    const COJsonValue* const fields = arrayMember(key, "fields");
+    const COJsonValue* const schema = key.obtainKeyValue("ref_schema");
+    const auto table = stringMember(key, "ref_table");
+    const COJsonValue* const referenced = arrayMember(key, "ref_fields");
+    if (fields == nullptr || !absentOrOfKind(schema, COJsonValueType::String) || !table || referenced == nullptr) {
+      return false;
+    }
+    if (fields->obtainArraySize() == 0 || referenced->obtainArraySize() == 0) return true;  // this key is passed over
+    out_.append(", FOREIGN KEY(");
+    if (!writeNames(*fields)) return false;
+    out_.append(" REFERENCES ");
+    if (schema != nullptr) writeName(schema->obtainStringView()).append(".");
+    writeName(*table).append("(");
+    return writeNames(*referenced);
+  }
+
+  /// Names with ", " between them, and the closing parenthesis.
+  bool writeNames(const COJsonValue& names) {
+    const bool whole = writeList(names, [this](const COJsonValue& item) {
+      const auto name = stringIn(&item);
+      if (name) writeName(*name);
+      return name.has_value();
+    });
+    out_.append(")");
+    return whole;
+  }
+
+  template <class WriteItem>
+  bool writeList(const COJsonValue& list, WriteItem writeItem) {
+    const std::size_t size = list.obtainArraySize();
+    for (std::size_t index = 0; index < size; ++index) {
+      if (index > 0) out_.append(", ");
+      if (!writeItem(*list.obtainArrayItem(index))) return false;
+    }
+    return true;
+  }
+
+  // Names and types are written as they stand: the text is for a model, and nobody executes it.
+  std::string& writeName(std::string_view name) { return out_.append("`").append(name).append("`"); }
+
+  std::string& out_;
+};
+
+// ---- The structure document: reading it.
+
+struct Catalog {
+  const COJsonValue* id;
+  const COJsonValue* name;
+  const COJsonValue* schemas;
+
+  bool isNameless() const { return name == nullptr || name->obtainStringView().empty(); }
+  std::string statement() const { return std::string("USE CATALOG `").append(name->obtainStringView()).append("`"); }
+};
+
+struct Schema {
+  const COJsonValue* id;
+  const COJsonValue* name;
+  const COJsonValue* tables;
+  const COJsonValue* views;
+  const COJsonValue* materializedViews;
+};
+
+/// The catalogs that are as they should be: first those without a name, in reverse order, then the others.
+std::vector<Catalog> readCatalogs(const COJson& document) {
+  std::vector<Catalog> named;
+  std::vector<Catalog> ordered;
+  if (!qxAssert(document.getIsValidJson() && document.obtainType() == COJsonValueType::Array)) return ordered;
+  forEachItem(document, [&](const COJsonValue& item) {
+    const Catalog catalog{item.obtainKeyValue("catalog_id"), item.obtainKeyValue("catalog_name"),
+                          arrayMember(item, "schemas")};
+    if (qxAssert(absentOrOfKind(catalog.id, COJsonValueType::String) &&
+                 absentOrOfKind(catalog.name, COJsonValueType::String) && catalog.schemas != nullptr)) {
+      (catalog.isNameless() ? ordered : named).push_back(catalog);
+    }
+  });
+  std::reverse(ordered.begin(), ordered.end());
+  ordered.insert(ordered.end(), named.begin(), named.end());
+  return ordered;
+}
+
+/// Calls `function` with each schema of the catalog that is as it should be.
+template <class Function>
+void forEachSchema(const Catalog& catalog, Function function) {
+  forEachItem(*catalog.schemas, [&](const COJsonValue& item) {
+    const Schema schema{item.obtainKeyValue("schema_id"), item.obtainKeyValue("schema_name"),
+                        item.obtainKeyValue("tables"), item.obtainKeyValue("views"), item.obtainKeyValue("mviews")};
+    if (qxAssert(item.obtainType() == COJsonValueType::Object && absentOrOfKind(schema.id, COJsonValueType::String) &&
+                 absentOrOfKind(schema.name, COJsonValueType::String) &&
+                 absentOrOfKind(schema.tables, COJsonValueType::Array) &&
+                 absentOrOfKind(schema.views, COJsonValueType::Array) &&
+                 absentOrOfKind(schema.materializedViews, COJsonValueType::Array))) {
+      function(schema);
+    }
+  });
+}
+
+/// Calls `function` with the kind and the description of each object of the schema: tables, views, materialized views.
+template <class Function>
+void forEachObject(const Schema& schema, Function function) {
+  const auto each = [&](const COJsonValue* objects, std::string_view kind) {
+    if (objects != nullptr) forEachItem(*objects, [&](const COJsonValue& object) { function(kind, object); });
+  };
+  each(schema.tables, "TABLE");
+  each(schema.views, "VIEW");
+  each(schema.materializedViews, "MATERIALIZED VIEW");
+}
+
+std::string_view qualifierOf(const Schema& schema) {
+  return schema.name != nullptr ? schema.name->obtainStringView() : std::string_view();
+}
+
+void copyText(CMVariantMap& map, const char* key, const COJsonValue* text) {
+  if (text != nullptr) map.emplace(key, text->obtainStringValue());
+}
+
+CMVariantMap renderSchema(const Schema& schema) {
+  CMVariantList statements;
+  forEachObject(schema, [&](std::string_view kind, const COJsonValue& object) {
+    std::string statement;
+    StatementWriter(statement).write(qualifierOf(schema), kind, &object);
+    statements.emplace_back(std::move(statement));
+  });
+  CMVariantMap map;
+  map.emplace("instructions", std::move(statements));
+  copyText(map, "schema_id", schema.id);
+  copyText(map, "schema_name", schema.name);
+  return map;
+}
+
+CMVariantMap renderCatalog(const Catalog& catalog) {
+  CMVariantList instructions;
+  if (catalog.name != nullptr) instructions.emplace_back(catalog.statement());
+  CMVariantList schemas;
+  forEachSchema(catalog, [&](const Schema& schema) { schemas.emplace_back(renderSchema(schema)); });
+  CMVariantMap map;
+  map.emplace("instructions", std::move(instructions));
+  copyText(map, "catalog_id", catalog.id);
+  copyText(map, "catalog_name", catalog.name);
+  map.emplace("schemas", std::move(schemas));
+  return map;
+}
+
+/// Appends all statements, a line each, straight behind `out`: the prompt is made for every message, and lists of
+/// statements in between cost more than the rendering itself.
+void writeInstructionLines(std::string& out, const COJson& document) {
+  for (const Catalog& catalog : readCatalogs(document)) {
+    if (catalog.name != nullptr) out.append(catalog.statement()).append("\n");
+    forEachSchema(catalog, [&](const Schema& schema) {
+      forEachObject(schema, [&](std::string_view kind, const COJsonValue& object) {
+        StatementWriter(out).write(qualifierOf(schema), kind, &object);
+        out.append("\n");  // a rejected description leaves an empty line
+      });
+    });
+  }
+}
+
+// ---- The store.
+
+bool assignText(std::string& field, const CMVariant& value) {
+  if (!qxAssert(value.getValueType() == CMVariant::ValueType::String)) return false;
+  field = *value.stringIfAny();
+  return true;
+}
+
+}  // namespace
+
+CMVariant ZEAAssistantProperties::obtainValue(const std::string& key) const {
+  if (key == "api_host") return apiHost;
+  if (key == "api_key") return apiKey;
+  if (key == "model") return model;
+  if (key == "use_temperature") return useTemperature ? 1 : 0;
+  if (key == "temperature") return temperature;
+  if (key == "user_instructions") return userInstructions;
+  if (key == "system_instructions") return systemInstructions;
+  if (key == "db_structure") return obtainDatabaseStructure();
+  if (key == "combined_instructions") return obtainCombinedInstructions();
+  return {};
+}
+
+bool ZEAAssistantProperties::setValue(const std::string& key, const CMVariant& value) {
+  const bool accepted = assign(key, value);
+  if (accepted) assignedKeys.insert(key);
+  return accepted;
+}
+
+bool ZEAAssistantProperties::assign(const std::string& key, const CMVariant& value) {
+  if (key == "api_host") return assignHost(value);
+  if (key == "api_key") return assignText(apiKey, value);
+  if (key == "model") return assignText(model, value);
+  if (key == "use_temperature") return assignUseTemperature(value);
+  if (key == "temperature") return assignTemperature(value);
+  if (key == "user_instructions") return assignText(userInstructions, value);
+  if (key == "system_instructions") return mergeSystemInstructions(value);
+  if (key == "db_structure") return assignStructure(value);
+  if (key == "combined_instructions") return qxAssert(false);  // read only
+  return false;
+}
+
+bool ZEAAssistantProperties::assignHost(const CMVariant& value) {
+  std::string host;
+  if (!assignText(host, value)) return false;
+  normalizeHost(qxTrimAsString(host), {}, secureByDefault);
+  return true;
+}
+
+bool ZEAAssistantProperties::assignUseTemperature(const CMVariant& value) {
+  if (!qxAssert(value.getValueType() == CMVariant::ValueType::Int)) return false;
+  useTemperature = value.intValue() != 0;
+  return true;
+}
+
+bool ZEAAssistantProperties::assignTemperature(const CMVariant& value) {
+  if (!qxAssert(value.getValueType() == CMVariant::ValueType::Double)) return false;
+  temperature = value.doubleValue();
+  return true;
+}
+
+bool ZEAAssistantProperties::mergeSystemInstructions(const CMVariant& value) {
+  if (!qxAssert(value.getValueType() == CMVariant::ValueType::Map)) return false;
+  for (const auto& kv : *value.mapIfAny()) {
+    if (!qxAssert(kv.second.getValueType() == CMVariant::ValueType::String)) continue;
+    if (kv.second.stringIfAny()->empty()) {
+      systemInstructions.erase(kv.first);
+    } else {
+      systemInstructions.insert_or_assign(kv.first, kv.second);
+    }
+  }
+  return true;
+}
+
+bool ZEAAssistantProperties::assignStructure(const CMVariant& value) {
+  if (!qxAssert(memory != nullptr)) return false;
+  if (value.getValueType() == CMVariant::ValueType::List) {
+    const std::unique_ptr<COJson> json(qxCreateCOJsonFromCMVariant(value));
+    memory->setStructureDocument(json->obtainJsonString());
+  } else if (const std::string* const text = value.stringIfAny()) {
+    if (text->empty()) return false;
+    const COJson json(*text);
+    if (!qxAssert(json.getIsValidJson())) return false;
+    memory->setStructureDocument(*text);
+  }
+  return true;
+}
+
+void ZEAAssistantProperties::normalizeHost(const std::string& hostText, const std::string& defaultHost, bool secure) {
+  std::string candidate = qxTrimAsString(hostText);
+  if (candidate.empty()) candidate = defaultHost;
+  const std::regex scheme("^https?://", std::regex::ECMAScript | std::regex::icase);
+  if (!std::regex_search(candidate, scheme)) candidate.insert(0, secure ? "https://" : "http://");
+  apiHost = std::move(candidate);
+}
+
+bool ZEAAssistantProperties::sendsTemperature() const {
+  return assignedKeys.count("temperature") > 0 && assignedKeys.count("use_temperature") > 0 && useTemperature;
+}
+
+std::string ZEAAssistantProperties::obtainDocument() const {
+  return qxAssert(memory != nullptr) ? memory->obtainStructureDocument() : std::string();
+}
+
+CMVariantList ZEAAssistantProperties::obtainDatabaseStructure() const {
+  CMVariantList catalogs;
+  std::string text = obtainDocument();
+  if (text.empty()) return catalogs;
+  const COJson document(std::move(text));
+  for (const Catalog& catalog : readCatalogs(document)) catalogs.emplace_back(renderCatalog(catalog));
+  return catalogs;
+}
+
+std::string ZEAAssistantProperties::obtainSchemaInstructions() const {
+  std::string lines;
+  std::string text = obtainDocument();
+  if (text.empty()) return lines;
+  lines.reserve(text.size());  // a statement is about as long as its description
+  writeInstructionLines(lines, COJson(std::move(text)));
+  return lines;
+}
+
+std::string ZEAAssistantProperties::obtainCombinedInstructions() const {
+  std::string text;
+  if (!userInstructions.empty()) text.append(userInstructions).append("\n\n");
+  for (const auto& kv : systemInstructions) text.append(*kv.second.stringIfAny()).append("\n");
+  const std::string statements = obtainSchemaInstructions();
+  if (!statements.empty()) text.append(statements).append("\n");
+  return text;
+}

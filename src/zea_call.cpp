@@ -1,0 +1,148 @@
+#include "zea_call.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "qx/defer.h"
+#include "qx/text.h"
+#include "zea_error_text.h"
+#include "zea_http.h"
+#include "zea_localize.h"
+#include "zea_message.h"
+#include "zea_message_text_section.h"
+
+namespace {
+
+constexpr std::int32_t kTurnsAskedFor = 20;
+
+/// One of the library's own texts in the host's language, and behind it where it happened: ": p/v1/chat/completions".
+std::string fixedFailure(const char* text, const char* method, const ZEAPath& path) {
+  std::string failure = localizeText(text).append(": ").append(method);
+  for (const std::string& segment : path) failure.append("/").append(segment);
+  return failure;
+}
+
+std::string fixedListingFailure(const char* text, const ZEAPath& path) { return fixedFailure(text, "g", path); }
+
+ZEAAnswer answerOf(const HTTP::Result& result) {
+  const COJson* const json = result.first->bodyJson.get();
+  return {*result.first, result.second, json != nullptr && json->getIsValidJson() ? json : nullptr};
+}
+
+std::int64_t secondsSinceEpoch() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::seconds>(now).count();
+}
+
+void writeMessage(COJsonValue& item, const char* role, const std::string& content) {
+  item.addKeyValue("role")->setStringValue(role);
+  item.addKeyValue("content")->setStringValue(content);
+}
+
+}  // namespace
+
+std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& text) const {
+  if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
+
+  COJson body;
+  writeBody(body, text);
+  const HTTP::Result result = HTTP::Post(&context_.session, chatURL(), &body, query(), {});
+  const CODefer freeResponse([&result] { delete result.first; });
+  const ZEAAnswer answer = answerOf(result);
+
+  if (!answer.transportError.empty()) return {nullptr, refusal(answer)};
+  if (answer.json == nullptr) return failedMessage(kInvalidResponse);
+  std::optional<std::string> reply = readReply(*answer.json);
+  if (!reply) return failedMessage(kUnsupportedDataFormat);
+  return {remember(text, std::move(*reply)).release(), std::string()};
+}
+
+std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
+  const HTTP::Result result = HTTP::Get(&context_.session, listingURL(), query(), {});
+  const CODefer freeResponse([&result] { delete result.first; });
+  const ZEAAnswer answer = answerOf(result);
+
+  if (std::optional<std::string> failure = listingFailure(answer)) return {{}, std::move(*failure)};
+  std::optional<std::vector<std::string>> models = readModels(*answer.json);
+  if (!models) return {{}, fixedListingFailure(kUnsupportedDataFormat, listingPath())};
+  return {std::move(*models), std::string()};
+}
+
+std::string ZEACall::errorText(const CMRestResourceResponse& response) const { return extractErrorText(response); }
+
+void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const {
+  writeMessage(item, isAssistant ? "assistant" : "user", text);
+}
+
+std::optional<std::string> ZEACall::listingFailure(const ZEAAnswer& answer) const { return failureOfTransport(answer); }
+
+std::optional<std::string> ZEACall::reportedError(const ZEAAnswer& answer) const {
+  if (answer.json->obtainKeyValue("error") == nullptr) return std::nullopt;
+  return errorText(answer.response);
+}
+
+std::optional<std::string> ZEACall::failureOfTransport(const ZEAAnswer& answer) const {
+  if (!answer.transportError.empty()) return refusal(answer);
+  if (answer.json == nullptr) return fixedListingFailure(kInvalidResponse, listingPath());
+  return std::nullopt;
+}
+
+std::optional<std::string> ZEACall::failureInBody(const ZEAAnswer& answer) const {
+  if (answer.json == nullptr) return answer.transportError;
+  return reportedError(answer);
+}
+
+std::string ZEACall::refusal(const ZEAAnswer& answer) const {
+  std::string text = errorText(answer.response);
+  return text.empty() ? answer.transportError : text;
+}
+
+void ZEACall::writeTemperature(COJsonValue& object) const {
+  if (properties.sendsTemperature()) object.addKeyValue("temperature")->setDoubleValue(properties.temperature);
+}
+
+void ZEACall::writeInstructions(COJsonValue& array, const char* role) const {
+  const std::string instructions = properties.obtainCombinedInstructions();
+  if (instructions.empty()) return;
+  writeMessage(*array.addArrayItem(), role, instructions);
+}
+
+void ZEACall::writeTurns(COJsonValue& array, const std::string& text) const {
+  for (const ZEAAssistantMemoryEntry& entry : context_.memory.obtainEntries(kTurnsAskedFor)) {
+    writeTurn(*array.addArrayItem(), entry.role == ZEARoleAssistant, entry.text);
+  }
+  writeTurn(*array.addArrayItem(), false, text);
+}
+
+std::vector<std::string> ZEACall::newestFirst(std::vector<DatedModel> models) {
+  std::stable_sort(models.begin(), models.end(),
+                   [](const DatedModel& left, const DatedModel& right) { return left.date > right.date; });
+  std::vector<std::string> names;
+  names.reserve(models.size());
+  for (const DatedModel& model : models) names.emplace_back(model.name);
+  return names;
+}
+
+std::string ZEACall::URLOf(const ZEAPath& path) const {
+  std::vector<std::string> items = {properties.apiHost};
+  items.insert(items.end(), path.begin(), path.end());
+  return qxConcatURL(items);
+}
+
+std::pair<IZEAMessage*, std::string> ZEACall::failedMessage(const char* text) const {
+  return {nullptr, fixedFailure(text, "p", chatPath())};
+}
+
+/// Makes the reply and records both turns: the only place that writes to the memory.
+std::unique_ptr<IZEAMessage> ZEACall::remember(const std::string& text, std::string reply) const {
+  auto message = std::make_unique<ZEAMessage>();
+  message->createdAt = secondsSinceEpoch();
+  auto section = std::make_unique<ZEAMessageTextSection>();
+  section->text = std::move(reply);
+  const std::string& recorded = section->text;
+  message->sections.reserve(1);
+  message->sections.push_back(section.release());
+  context_.memory.addEntry(ZEARoleUser, text);
+  context_.memory.addEntry(ZEARoleAssistant, recorded);
+  return message;
+}

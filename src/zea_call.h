@@ -1,0 +1,124 @@
+// One operation on its way to a provider and back: the road that all providers share.
+//
+// An adapter's operation makes a call object on the stack and runs it. The road fixes the order of the steps, the
+// guards, the failure texts and the writing to the memory; the steps that differ are virtual. A wire format is a
+// subclass, a provider within it a final class beside its adapter that overrides only what that provider does
+// differently.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "qx/json.h"
+#include "qx/rest_request.h"
+#include "qx/rest_response.h"
+#include "qx/rest_session.h"
+#include "zea/izea_assistant_memory.h"
+#include "zea/izea_message.h"
+#include "zea_assistant_properties.h"
+
+/// The segments of a request's path. The URL and the location text of a failure both come from them.
+using ZEAPath = std::vector<std::string>;
+
+/// What a call works on: parts of its assistant. Borrowed for the life of the call object.
+struct ZEACallContext {
+  const ZEAAssistantProperties& properties;
+  CMRestSession& session;
+  IZEAAssistantMemory& memory;
+};
+
+/// What came back, with what the steps ask of it. Borrowed for the rest of the call.
+struct ZEAAnswer {
+  const CMRestResourceResponse& response;
+  const std::string& transportError;  // empty on success
+  const COJsonValue* json;            // null unless the body is a JSON text
+};
+
+class ZEACall {
+ public:
+  explicit ZEACall(const ZEACallContext& context) : properties(context.properties), context_(context) {}
+  virtual ~ZEACall() = default;
+  ZEACall(const ZEACall&) = delete;
+  ZEACall& operator=(const ZEACall&) = delete;
+
+  /// Sends the user's text and gives the reply, which the caller owns, or null and the text of the failure. The
+  /// memory receives both turns when the reply has been understood, and nothing otherwise.
+  std::pair<IZEAMessage*, std::string> sendMessage(const std::string& text) const;
+
+  /// Gives the provider's models, or an empty list and the text of the failure.
+  std::pair<std::vector<std::string>, std::string> listModels() const;
+
+  std::string chatURL() const { return URLOf(chatPath()); }
+  std::string listingURL() const { return URLOf(listingPath()); }
+
+ protected:
+  // Steps of both operations.
+
+  /// Query parameters. Default: none.
+  virtual CMRestParamList query() const { return {}; }
+  /// The provider's words of a failed response; empty when it has none. Default: `extractErrorText`.
+  virtual std::string errorText(const CMRestResourceResponse& response) const;
+
+  // Steps of a message, in the order in which they are called.
+
+  /// The path behind the host. Called for the request and for the text of each failure.
+  virtual ZEAPath chatPath() const = 0;
+  /// Whether a message can be sent at all. Default: when there is a model.
+  virtual bool hasUsableModel() const { return !properties.model.empty(); }
+  /// Fills the body, an empty object. It calls `writeTurns` behind the system prompt.
+  virtual void writeBody(COJson& body, const std::string& text) const = 0;
+  /// Fills the item of one turn. Default: "role", which is "assistant" or "user", and "content".
+  virtual void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const;
+  /// The reply's text out of a body; nothing when its form is not supported.
+  virtual std::optional<std::string> readReply(const COJsonValue& body) const = 0;
+
+  // Steps of a listing.
+
+  virtual ZEAPath listingPath() const = 0;
+  /// The text with which the listing ends before its models are read, perhaps an empty one; nothing when it goes on.
+  /// Default: `failureOfTransport`. The other order is `failureInBody`.
+  virtual std::optional<std::string> listingFailure(const ZEAAnswer& answer) const;
+  /// Called by `failureInBody`: the text of an error that the body reports. Default: any "error" member ends the call
+  /// with `errorText`.
+  virtual std::optional<std::string> reportedError(const ZEAAnswer& answer) const;
+  /// The names of the models; nothing when the form of the body is not supported.
+  virtual std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const = 0;
+
+  // What the steps are made of.
+
+  /// Looks at the transport first, then for JSON.
+  std::optional<std::string> failureOfTransport(const ZEAAnswer& answer) const;
+  /// Looks into the body first: what the transport says counts only where the body is no JSON text.
+  std::optional<std::string> failureInBody(const ZEAAnswer& answer) const;
+  /// The provider's words of a failed transfer, or the transport's where it has none.
+  std::string refusal(const ZEAAnswer& answer) const;
+
+  /// Adds "temperature", if it is to be sent.
+  void writeTemperature(COJsonValue& object) const;
+  /// Adds an item with the system prompt in the given role, if there is any.
+  void writeInstructions(COJsonValue& array, const char* role) const;
+  /// Adds an item per remembered turn, oldest first, and one for the user's text.
+  void writeTurns(COJsonValue& array, const std::string& text) const;
+
+  /// A model and when it was made.
+  struct DatedModel {
+    std::int32_t date;
+    std::string_view name;
+  };
+  /// The names, those of greater dates first, those of one date in the order given.
+  static std::vector<std::string> newestFirst(std::vector<DatedModel> models);
+
+  const ZEAAssistantProperties& properties;
+
+ private:
+  std::string URLOf(const ZEAPath& path) const;
+  std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
+  std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;
+
+  ZEACallContext context_;
+};

@@ -1,0 +1,18 @@
+// The library's own memory, used when the host passes none.
+#pragma once
+
+#include "zea/izea_assistant_memory.h"
+
+/// Keeps everything in the process, for as long as it lives: nothing shortens it, and the limit is not read, so a
+/// conversation of any length is sent whole.
+class ZEADefaultAssistantMemory final : public IZEAAssistantMemory {
+ public:
+  void setStructureDocument(const std::string& document) override { structureDocument = document; }
+  std::string obtainStructureDocument() const override { return structureDocument; }
+  void addEntry(std::int32_t role, const std::string& text) override { entries.push_back({role, text}); }
+  std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t /*limit*/) const override { return entries; }
+
+ private:
+  std::string structureDocument;
+  std::vector<ZEAAssistantMemoryEntry> entries;
+};

@@ -1,0 +1,12 @@
+// The two objects that live as long as the module. Both are read and written without a guard: a host sets them while
+// no request is running.
+#pragma once
+
+#include "qx/rest_settings.h"
+#include "zea/zea_callback.h"
+
+/// The host's callback; null when none is registered.
+extern ZEACallback gCallback;
+
+/// The HTTP settings that every request reads when it begins.
+extern CMRestGlobalSettings gRestSettings;

@@ -1,0 +1,57 @@
+#include "zea_openai_call.h"
+
+#include "zea_json_read.h"
+
+ZEAPath ZEAOpenAICall::chatPath() const { return {"v1", "chat", "completions"}; }
+
+ZEAPath ZEAOpenAICall::listingPath() const { return {"v1", "models"}; }
+
+const char* ZEAOpenAICall::instructionsRole() const { return "system"; }
+
+std::optional<std::int32_t> ZEAOpenAICall::sortKey(const COJsonValue& model) const {
+  return integerMember(model, "created");
+}
+
+void ZEAOpenAICall::writeBody(COJson& body, const std::string& text) const {
+  body.addKeyValue("model")->setStringValue(properties.model);
+  writeTemperature(body);
+  COJsonValue* const messages = body.addKeyValue("messages");
+  messages->setAsArray();
+  writeInstructions(*messages, instructionsRole());
+  writeTurns(*messages, text);
+}
+
+std::optional<std::string> ZEAOpenAICall::readReply(const COJsonValue& body) const {
+  const COJsonValue* const choices = arrayMember(body, "choices");
+  if (choices == nullptr) return std::nullopt;
+  std::string reply;
+  forEachItem(*choices, [&reply](const COJsonValue& choice) {
+    const COJsonValue* const message = objectMember(choice, "message");
+    if (message == nullptr) return;
+    const auto content = stringMember(*message, "content");
+    if (content && stringMember(*message, "role") == "assistant") reply.append(*content);
+  });
+  return reply;
+}
+
+std::optional<std::string> ZEAOpenAICall::listingFailure(const ZEAAnswer& answer) const {
+  return failureInBody(answer);
+}
+
+std::optional<std::string> ZEAOpenAICall::reportedError(const ZEAAnswer& answer) const {
+  const COJsonValue* const error = objectMember(*answer.json, "error");
+  if (error == nullptr) return std::nullopt;
+  return std::string(stringMember(*error, "message").value_or(answer.transportError));
+}
+
+std::optional<std::vector<std::string>> ZEAOpenAICall::readModels(const COJsonValue& body) const {
+  const COJsonValue* const data = arrayMember(body, "data");
+  if (data == nullptr) return std::nullopt;
+  std::vector<DatedModel> models;
+  forEachItem(*data, [&](const COJsonValue& model) {
+    const auto name = stringMember(model, "id");
+    const auto date = sortKey(model);
+    if (name && date && stringMember(model, "object") == "model") models.push_back({*date, *name});
+  });
+  return newestFirst(std::move(models));
+}

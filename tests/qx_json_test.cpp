@@ -1,0 +1,232 @@
+#include <gtest/gtest.h>
+#include <qx/qx.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string nest(std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); }
+
+int gFailedAssertions = 0;
+
+}  // namespace
+
+TEST(JsonParsing, TellsWellFormedTextsFromOthers) {
+  const std::vector<std::pair<std::string, bool>> cases{
+      {"\xEF\xBB\xBF{}", true},
+      {nest(512), true},
+      {nest(513), false},
+      {std::string(1'000'000, '['), false},
+      {"", false},
+      {"\xEF\xBB\xBF", false},
+      {"{} x", false},
+      {"[1,]", false},
+      {"[1]//", false},
+      {"[\"\\", false},
+      {"[\"line\nbreak\"]", false},
+      {"[\"\0\"]"s, false},
+      {"[]\0"s, false},
+  };
+  for (const auto& [text, isValid] : cases) {
+    const COJson document(text);
+
+    EXPECT_EQ(document.getIsValidJson(), isValid) << text.substr(0, 40);
+    EXPECT_EQ(document.obtainType() == COJsonValueType::Null, !isValid) << text.substr(0, 40);
+  }
+}
+
+TEST(JsonParsing, WritesWhatItReadOnlyWithoutWhiteSpaceAndNeedlessEscapes) {
+  const std::string longText(9000, 'x');
+  const std::vector<std::pair<std::string, std::string>> cases{
+      {"{ \"z\" : 1 , \"a\" : [ ] , \"m\" : { } }", "{\"z\":1,\"a\":[],\"m\":{}}"},
+      {R"(["\"\\\/\b\f\n\r\t\u001f\u007F\u00e9\ud83d\ude00"])",
+       "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u001f\x7F\u00e9\U0001F600\"]"},
+      {R"({"\u0000k\u0000":"\u0000"})", R"({"\u0000k\u0000":"\u0000"})"},
+      {"[\"0123456789abcde\\n\xFF\xC3\x28 0123456789\"]", "[\"0123456789abcde\\n\xFF\xC3\x28 0123456789\"]"},
+      {"[9223372036854775807,-9223372036854775808,-0]", "[9223372036854775807,-9223372036854775808,0]"},
+      {"[18446744073709551615,18446744073709551616]", "[18446744073709551615,18446744073709551616.0]"},
+      {"[1.0,-0.0,1E3,100000.0,1e30,0.1]", "[1.0,-0.0,1000.0,1e+05,1e+30,0.1]"},
+      {"[1e400,-1e400,1e-400,5e-324]", "[null,null,0.0,5e-324]"},
+      {"[0." + std::string(400, '0') + "1e402,0." + std::string(400, '0') + "1e800]", "[10.0,null]"},
+      {"[1" + std::string(400, '0') + ",0." + std::string(400, '0') + "1]", "[null,0.0]"},
+      {"[1" + std::string(400, '0') + "e-800,1" + std::string(400, '0') + "e-1]", "[0.0,null]"},
+      {"[\"" + longText + "\\n" + longText + "\"]", "[\"" + longText + "\\n" + longText + "\"]"},
+  };
+  for (const auto& [text, expected] : cases) {
+    const COJson document(text);
+
+    ASSERT_TRUE(document.getIsValidJson()) << text;
+    EXPECT_EQ(document.obtainJsonString(), expected) << text;
+    EXPECT_EQ(COJson(expected).obtainJsonString(), expected) << text;
+  }
+}
+
+// The parser refuses such a text as a whole, and a model that stops inside a pair would cost its user the reply.
+TEST(JsonParsing, ReadsUnpairedSurrogateEscapesAsReplacementCharacters) {
+  const std::string replacement = "\xEF\xBF\xBD";
+  const std::vector<std::pair<std::string, std::string>> cases{
+      {R"(\ud800)", replacement},
+      {R"(\uDFFFx)", replacement + "x"},
+      {R"(\ud83d\ud83d\ude00)", replacement + "\U0001F600"},
+      {R"(\ude00\ud83d)", replacement + replacement},
+      {R"(\ud83d\u0041)", replacement + "A"},
+      {R"(\\ud800\ud800)", "\\ud800" + replacement},
+      {R"(\\\ud800)", "\\" + replacement},
+  };
+  for (const auto& [escaped, expected] : cases) {
+    const COJson document("{\"" + escaped + "\":\"" + escaped + "\"}");
+
+    ASSERT_TRUE(document.getIsValidJson()) << escaped;
+    ASSERT_NE(document.obtainKeyValue(expected), nullptr) << escaped;
+    EXPECT_EQ(document.obtainKeyValue(expected)->obtainStringValue(), expected) << escaped;
+  }
+}
+
+TEST(JsonReading, GivesValuesOfTheirKindAndNothingOfAnyOther) {
+  const COJson document(R"({"s":"text","i":7,"big":5000000000,"low":-5000000000,"huge":18446744073709551615,)"
+                        R"("d":2.5,"t":true,"n":null,"a":[1,"x"],"o":{"k":"first","k":"second"}})");
+  constexpr auto kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr auto kLeast = std::numeric_limits<std::int32_t>::min();
+  using Case = std::tuple<std::string, COJsonValueType, std::string, std::int32_t, double, bool, std::size_t>;
+  const std::vector<Case> cases{
+      {"s", COJsonValueType::String, "text", 0, 0, false, 0},
+      {"i", COJsonValueType::Integer, "", 7, 7, false, 0},
+      {"big", COJsonValueType::Integer, "", kMost, 5e9, false, 0},
+      {"low", COJsonValueType::Integer, "", kLeast, -5e9, false, 0},
+      {"huge", COJsonValueType::Integer, "", kMost, 18446744073709551615.0, false, 0},
+      {"d", COJsonValueType::Double, "", 0, 2.5, false, 0},
+      {"t", COJsonValueType::Boolean, "", 0, 0, true, 0},
+      {"n", COJsonValueType::Null, "", 0, 0, false, 0},
+      {"a", COJsonValueType::Array, "", 0, 0, false, 2},
+  };
+  for (const auto& [key, type, text, integer, number, truth, size] : cases) {
+    const COJsonValue* value = document.obtainKeyValue(key);
+
+    ASSERT_NE(value, nullptr) << key;
+    EXPECT_EQ(value->obtainType(), type) << key;
+    EXPECT_EQ(value->obtainStringValue(), text) << key;
+    EXPECT_EQ(value->obtainIntValue(), integer) << key;
+    EXPECT_EQ(value->obtainDoubleValue(), number) << key;
+    EXPECT_EQ(value->obtainBoolValue(), truth) << key;
+    EXPECT_EQ(value->obtainArraySize(), size) << key;
+    EXPECT_EQ(value->obtainArrayItem(size), nullptr) << key;
+    EXPECT_EQ(value->obtainKeyValue("none"), nullptr) << key;
+  }
+  EXPECT_EQ(document.obtainKeyValue("o")->obtainKeyValue("k")->obtainStringView(), "first");
+  EXPECT_EQ(document.obtainKeyValue("a")->obtainArrayItem(1)->obtainStringView(), "x");
+}
+
+TEST(JsonBuilding, KeepsTheAddressAndOrderOfTenThousandSiblings) {
+  COJson document;
+  COJsonValue* array = document.addKeyValue("items");
+  std::vector<COJsonValue*> items;
+
+  for (std::int32_t i = 0; i < 10'000; ++i) {
+    items.push_back(array->addArrayItem());
+    items.back()->setIntValue(i);
+  }
+
+  ASSERT_EQ(array->obtainArraySize(), items.size());
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    ASSERT_EQ(array->obtainArrayItem(i), items[i]);
+    ASSERT_EQ(items[i]->obtainIntValue(), static_cast<std::int32_t>(i));
+  }
+}
+
+TEST(JsonBuilding, AddsToADocumentThatWasParsed) {
+  COJson document(R"({"a":1})");
+
+  for (int i = 0; i < 9; ++i) document.addKeyValue("a")->setIntValue(i);
+
+  EXPECT_EQ(document.obtainKeyValue("a")->obtainIntValue(), 1);
+  EXPECT_EQ(document.obtainJsonString(), R"({"a":1,"a":0,"a":1,"a":2,"a":3,"a":4,"a":5,"a":6,"a":7,"a":8})");
+}
+
+TEST(JsonBuilding, WritesEachKindOfContent) {
+  const std::string text = "quote \" backslash \\ NUL \0 end"s;
+  COJson document;
+
+  document.addKeyValue("new");
+  document.addKeyValue("string")->setStringValue(text);
+  document.addKeyValue("int")->setIntValue(std::numeric_limits<std::int32_t>::min());
+  document.addKeyValue("double")->setDoubleValue(1);
+  document.addKeyValue("infinite")->setDoubleValue(std::numeric_limits<double>::infinity());
+  document.addKeyValue("nan")->setDoubleValue(std::nan(""));
+  document.addKeyValue("bool")->setBoolValue(true);
+  document.addKeyValue("empty")->setAsArray();
+  document.addKeyValue("object")->addKeyValue("")->addArrayItem();
+
+  EXPECT_EQ(document.obtainJsonString(),
+            R"({"new":null,"string":"quote \" backslash \\ NUL \u0000 end","int":-2147483648,"double":1.0,)"
+            R"("infinite":null,"nan":null,"bool":true,"empty":[],"object":{"":[null]}})");
+  EXPECT_EQ(COJson(document.obtainJsonString()).obtainKeyValue("string")->obtainStringValue(), text);
+}
+
+TEST(JsonBuilding, ReadsDoublesBackExactly) {
+  for (std::uint64_t state = 1, i = 0; i < 20'000; ++i) {
+    state = state * 6364136223846793005U + 1442695040888963407U;
+    const double value = std::ldexp(static_cast<double>(state >> 11), static_cast<int>(state % 2000) - 1060);
+    COJson document("[]");
+    document.addArrayItem()->setDoubleValue(value);
+
+    const COJson copy(document.obtainJsonString());
+
+    ASSERT_EQ(copy.obtainArrayItem(0)->obtainDoubleValue(), std::isfinite(value) ? value : 0) << value;
+  }
+}
+
+TEST(JsonBuilding, RefusesASecondContentAndLeavesTheFirst) {
+  gFailedAssertions = 0;
+  const QXAssertionHandler before = qxSetAssertionHandler([](const char*, const char*, int) { ++gFailedAssertions; });
+  const CODefer restore([before] { qxSetAssertionHandler(before); });
+  COJson document;
+  COJsonValue* value = document.addKeyValue("v");
+  value->setStringValue("first");
+
+  value->setStringValue("second");
+  value->setIntValue(2);
+  value->setDoubleValue(2);
+  value->setBoolValue(true);
+  value->setAsArray();
+
+  EXPECT_EQ(value->addKeyValue("k"), nullptr);
+  EXPECT_EQ(value->addArrayItem(), nullptr);
+  EXPECT_EQ(COJson("no JSON").addKeyValue("k"), nullptr);
+  EXPECT_EQ(gFailedAssertions, 8);
+  EXPECT_EQ(document.obtainJsonString(), R"({"v":"first"})");
+}
+
+TEST(JsonBuilding, WritesAndDestroysDocumentsOfAnyDepth) {
+  constexpr std::size_t kDepth = 100'000;
+  COJson document("[]");
+
+  COJsonValue* value = &document;
+  for (std::size_t i = 1; i < kDepth; ++i) value = value->addArrayItem();
+  value->setAsArray();
+
+  EXPECT_EQ(document.obtainJsonString(), nest(kDepth));
+}
+
+TEST(JsonFromVariant, RendersListsAndMapsWithAllTheyHold) {
+  const CMVariantMap map{{"z", "text"}, {"a", 1}, {"list", CMVariantList{{}, 0.5, CMVariantMap{}, CMVariantList{}}}};
+  const std::vector<std::pair<CMVariant, std::string>> cases{
+      {map, R"({"a":1,"list":[null,0.5,{},[]],"z":"text"})"},
+      {CMVariantList{CMVariantList{}, map, 1}, R"([[],{"a":1,"list":[null,0.5,{},[]],"z":"text"},1])"},
+      {CMVariantMap{}, "{}"},
+      {{}, "{}"},
+  };
+  for (const auto& [variant, expected] : cases) {
+    const std::unique_ptr<COJson> document(qxCreateCOJsonFromCMVariant(variant));
+
+    EXPECT_EQ(document->obtainJsonString(), expected);
+  }
+}

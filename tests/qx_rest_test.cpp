@@ -1,0 +1,365 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "qx/qx.h"
+#include "standin/zea_standin.h"
+#include "support/raw_server.h"
+#include "support/tls_identity.h"
+
+namespace {
+
+using support::RawServer;
+using support::TestAuthority;
+
+struct Answer {
+  std::int32_t code;
+  std::unique_ptr<CMRestResourceResponse> response;
+  std::string body() const { return response->getBufferString(); }
+};
+
+/// A host's side: settings, a session and a pool.
+struct Caller {
+  CMRestGlobalSettings settings;
+  CMRestSession session;
+  std::shared_ptr<QXCancelSource> cancelSource = std::make_shared<QXCancelSource>();
+  std::unique_ptr<ICSHTTPPoolCenter> pool{QX::createHTTPPoolCenter(cancelSource)};
+
+  Caller() { session.poolCenter = pool.get(); }
+  Answer get(const std::string& url, CMRestParamList query = {}, CMRestParamList headers = {}) {
+    CMRestGetRequest request;
+    request.addQueryParams(std::move(query));
+    request.addHeaderParams(std::move(headers));
+    return call(&ICSRestClient::restGet, request, url);
+  }
+  Answer post(const std::string& url, ICOJsonValue* body) {
+    CMRestPostRequest request;
+    request.updateJson(body);
+    return call(&ICSRestClient::restPost, request, url);
+  }
+  template <typename Method, typename Request>
+  Answer call(Method method, Request& request, const std::string& url) {
+    request.setURL(url);
+    ICSAppFactory* const factory = QX::obtainAppFactory();
+    const std::unique_ptr<ICSRestClient> client(
+        factory->obtainRestClientFactory()->createRestClient(factory, &settings, &session));
+    CMRestResourceResponse* response = nullptr;
+    const std::int32_t code = (client.get()->*method)(&request, &response);
+    return {code, std::unique_ptr<CMRestResourceResponse>(response)};
+  }
+};
+
+std::string messageOf(std::int32_t code) {
+  return QX::obtainAppFactory()->obtainErrorService()->obtainErrorTranslator()->translateError(code).message;
+}
+
+std::string okReply(const std::string& body) {
+  return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+TEST(RestClient, SendsAPostExactlyAsItIsAskedFor) {
+  RawServer server({{{okReply("{}")}}});
+  Caller caller;
+  caller.settings.userAgent = "Tool/1";
+  caller.session.setAuthorizationHeaderValue(" Bearer abc\r\n");
+  COJson body(R"({"a":"x","b":[1]})");
+
+  const Answer answer = caller.post(server.url() + "/v1/chat", &body);
+
+  EXPECT_EQ(answer.code, CMRestCode::Success);
+  EXPECT_EQ(server.requests().at(0), "POST /v1/chat HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+                                         "\r\nUser-Agent: Tool/1\r\nAccept: */*\r\nAccept-Encoding: gzip\r\n"
+                                         "Authorization: Bearer abc\r\nContent-Type: application/json\r\n"
+                                         "Content-Length: 17\r\n\r\n{\"a\":\"x\",\"b\":[1]}");
+}
+
+TEST(RestClient, SendsALargeBodyWholeAndWithoutAskingFirst) {
+  standin::Server server;
+  server.enqueue({.body = "{}"});
+  COJson body;
+  body.addKeyValue("text")->setStringValue(std::string(3'000'000, 'x'));
+
+  Caller().post(server.url(), &body);
+
+  EXPECT_EQ(server.requests().at(0).body, body.obtainJsonString());
+  EXPECT_EQ(server.requests().at(0).header("Expect"), "");
+}
+
+TEST(RestClient, EncodesWhatMayNotStandInAURL) {
+  const std::vector<std::tuple<std::string, CMRestParamList, std::string>> cases = {
+      {"", {}, "/"},
+      {"/a b/\xC3\xBC", {}, "/a%20b/%C3%BC"},
+      {"/a%2Fb%zz%", {}, "/a%2Fb%25zz%25"},
+      {"/m:go?x=1 2#part", {}, "/m:go?x=1%202"},
+      {"/a\r\nHost: evil", {}, "/a%0D%0AHost:%20evil"},
+      {"/a\"<>\\^`{|}[]", {}, "/a%22%3C%3E%5C%5E%60%7B%7C%7D%5B%5D"},
+      {std::string("/a\0b", 4), {}, "/a%00b"},
+      {"/a", {{"key", "A&b=c d/+%"}, {"\xC3\xA4", ""}}, "/a?key=A%26b%3Dc%20d%2F%2B%25&%C3%A4="},
+      {"/a?x=1#part", {{"y", "2"}}, "/a?x=1&y=2"},
+      {"?", {{"y", "2"}}, "/?y=2"},
+  };
+  for (const auto& [path, query, target] : cases) {
+    RawServer server({{{okReply("")}}});
+
+    Caller().get(server.url() + path, query);
+
+    const std::string request = server.requests().at(0);
+    EXPECT_EQ(request.substr(0, request.find("\r\n")), "GET " + target + " HTTP/1.1");
+  }
+}
+
+TEST(RestClient, LetsARequestsHeaderReplaceTheSessions) {
+  RawServer server({{{okReply("")}}});
+  Caller caller;
+  caller.session.addHeaderParam("X-One", "old");
+  caller.session.addHeaderParam(" x-one ", "session");
+  caller.session.addHeaderParam("X-Two", "session");
+
+  caller.get(server.url(), {}, {{"x-TWO", "request"}, {"X-Empty", " "}, {"Content-Type", "text/x"}});
+
+  const std::string request = server.requests().at(0);
+  EXPECT_EQ(request.substr(request.find("X-One")),
+            "X-One: session\r\nx-TWO: request\r\nX-Empty:\r\nContent-Type: text/x\r\n\r\n");
+}
+
+TEST(RestClient, RefusesHeadersThatWouldSmuggleAnythingAndSendsNothing) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"X", "a\r\nEvil: 1"}, {"X", "a\nb"}, {"X", std::string("a\0b", 3)}, {"X", "a\x7f"}, {"X", "a\x01"},
+      {"X\r\nEvil", "1"},    {"X:", "1"},   {std::string("X\0Y", 3), "1"}, {"", "1"},      {"X Y", "1"},
+  };
+  RawServer server({});
+  for (const auto& [name, value] : cases) {
+    Caller caller;
+    caller.session.addHeaderParam(name, value);
+
+    EXPECT_EQ(caller.get(server.url()).code, CMRestCode::InvalidHeader) << name << "=" << value;
+    EXPECT_EQ(Caller().get(server.url(), {}, {{name, value}}).code, CMRestCode::InvalidHeader) << name << "=" << value;
+  }
+  Caller caller;
+  caller.settings.userAgent = "a\r\nEvil: 1";
+
+  EXPECT_EQ(caller.get(server.url()).code, CMRestCode::InvalidHeader);
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(RestClient, RefusesAddressesThatAreNoHTTPURL) {
+  for (const std::string url :
+       {"", "127.0.0.1", "http://", "https:///v1", "ftp://host/", "file:///etc/passwd", "http://ho st/",
+        "http://h\r\nx/", "http://host:99999/", "http://h%0d%0ax/", " http://host"}) {
+    EXPECT_EQ(Caller().get(url).code, CMRestCode::InvalidURL) << url;
+  }
+}
+
+TEST(RestClient, KeepsOneConnectionForAHundredCalls) {
+  const TestAuthority authority;
+  standin::Server plain;
+  standin::Server secure(authority.issue("IP:127.0.0.1"));
+  for (standin::Server* const server : {&plain, &secure}) {
+    Caller caller;
+    caller.settings.caFile = authority.file();
+    COJson body;
+    for (int i = 0; i < 100; ++i) {
+      server->enqueue({.body = "{}"});
+
+      ASSERT_EQ(caller.post(server->url(), &body).code, CMRestCode::Success);
+    }
+    EXPECT_EQ(server->connectionCount(), 1U) << server->url();
+  }
+}
+
+TEST(RestClient, MakesAConnectionOfItsOwnWithoutAPoolOfTheLibrarys) {
+  class ForeignPool : public ICSHTTPPoolCenter {};
+  ForeignPool foreign;
+  RawServer server({{{okReply("1")}, true}, {{okReply("2")}, true}});
+  Caller caller;
+
+  caller.session.poolCenter = nullptr;
+  EXPECT_EQ(caller.get(server.url()).body(), "1");
+  caller.session.poolCenter = &foreign;
+  EXPECT_EQ(caller.get(server.url()).body(), "2");
+}
+
+TEST(RestClient, TellsHowATransferFailed) {
+  const std::string gzipBomb(
+      "\x1f\x8b\x08\0\0\0\0\0\2\3\x4b\x4c\x1c\x05\xa3\x60\x14\x0c\x77\0\0\3\xda\x38\x9a\xe8\3\0\0", 29);
+  const std::string longHeader = "X: " + std::string(90'000, 'a') + "\r\n";
+  const std::vector<std::pair<std::string, std::int32_t>> cases = {
+      {"", CMRestCode::ClosedBeforeReply},
+      {"HTTP/1.1 20", CMRestCode::ClosedBeforeReply},
+      {"HTTP/1.1 100 Continue\r\n\r\n", CMRestCode::ClosedInsideReply},
+      {"HTTP/1.1 200 OK\r\nX: 1\r\n", CMRestCode::ClosedInsideReply},
+      {"HTTP/1.1 500 No\r\nContent-Length: 9\r\n", CMRestCode::ClosedInsideReply},
+      {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n{}", CMRestCode::ClosedInsideReply},
+      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n", CMRestCode::ClosedInsideReply},
+      {"SSH-2.0-OpenSSH\r\n", CMRestCode::MalformedReply},
+      {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 4\r\n\r\nabcd", CMRestCode::MalformedReply},
+      {okReply(std::string(1000, 'a')), CMRestCode::ReplyTooLarge},
+      {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n" + gzipBomb, CMRestCode::ReplyTooLarge},
+      {"HTTP/1.1 200 OK\r\n" + longHeader + longHeader + longHeader + "\r\n", CMRestCode::ReplyTooLarge},
+      {okReply(std::string(999, 'a')), CMRestCode::Success},
+      {"HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 200 OK\r\n\r\nwhole", CMRestCode::Success},
+  };
+  for (const auto& [reply, code] : cases) {
+    RawServer server({{{reply}}});
+    Caller caller;
+    caller.settings.maxResponseBytes = 999;
+    COJson body;
+
+    const Answer answer = caller.post(server.url(), &body);
+
+    EXPECT_EQ(answer.code, code) << reply.substr(0, 80);
+    EXPECT_EQ(answer.body().empty(), code != CMRestCode::Success);
+    EXPECT_EQ(QX::obtainLastCode(caller.pool.get()), code);
+    EXPECT_EQ(server.requests().size(), 1U);
+  }
+}
+
+TEST(RestClient, TellsThatNobodyListensOrAnswersInTime) {
+  RawServer silent({{{""}, true}, {{}, true}});
+  Caller caller;
+  const int freePort = RawServer({}).port();
+
+  EXPECT_EQ(caller.get("http://127.0.0.1:" + std::to_string(freePort)).code, CMRestCode::ConnectionRefused);
+  caller.settings.requestTimeoutMs = 100;
+  EXPECT_EQ(caller.get(silent.url()).code, CMRestCode::RequestTimedOut);
+  caller.settings.connectTimeoutMs = 100;
+  EXPECT_EQ(caller.get("https" + silent.url().substr(4)).code, CMRestCode::ConnectTimedOut);
+}
+
+TEST(RestClient, TrustsNobodyButTheGivenAuthorityAndTheRightName) {
+  const TestAuthority ours;
+  const TestAuthority other;  // of the same name, with another key
+  standin::Server server(ours.issue("IP:127.0.0.1"));
+  standin::Server misnamed(ours.issue("DNS:elsewhere.example"));
+  RawServer plain({support::RawConnection{}});
+  const std::string keyLog = ours.file() + ".keys";
+  ::setenv("SSLKEYLOGFILE", keyLog.c_str(), 1);  // read when the first client of a process is made
+  const CODefer cleanup([&keyLog] { std::remove(keyLog.c_str()); });
+  const std::vector<std::tuple<std::string, std::string, std::int32_t>> cases = {
+      {server.url(), ours.file(), 404},
+      {server.url(), other.file(), CMRestCode::UnknownAuthority},
+      {server.url(), "", CMRestCode::UnknownAuthority},
+      {server.url(), "/nonexistent.pem", CMRestCode::CAFileUnreadable},
+      {misnamed.url(), ours.file(), CMRestCode::CertificateName},
+      {"https" + plain.url().substr(4), ours.file(), CMRestCode::TLSFailed},
+  };
+  Caller caller;
+  for (const auto& [url, caFile, code] : cases) {
+    caller.settings.caFile = caFile;
+
+    EXPECT_EQ(caller.get(url).code, code) << caFile;
+  }
+  EXPECT_EQ(std::ifstream(keyLog).peek(), std::ifstream::traits_type::eof());
+}
+
+TEST(RestClient, KeepsTheBodyOfAFailedStatusAndFollowsNoRedirect) {
+  RawServer target({});
+  standin::Server server;
+  server.enqueue({.status = 401, .body = R"({"error":"key"})"});
+  server.enqueue({.status = 302, .body = "moved", .headers = {{"Location", target.url()}}});
+  server.enqueue({.body = "no JSON"});
+  Caller caller;
+
+  const Answer refused = caller.get(server.url());
+  const Answer moved = caller.get(server.url());
+  const Answer text = caller.get(server.url());
+
+  EXPECT_EQ(refused.code, 401);
+  EXPECT_EQ(refused.response->bodyJson->obtainKeyValue("error")->obtainStringView(), "key");
+  EXPECT_EQ(moved.code, 302);
+  EXPECT_EQ(moved.body(), "moved");
+  EXPECT_TRUE(target.requests().empty());
+  EXPECT_EQ(text.code, CMRestCode::Success);
+  EXPECT_EQ(text.body(), "no JSON");
+  EXPECT_EQ(text.response->bodyJson, nullptr);
+}
+
+TEST(RestClient, IgnoresTheProxyOfTheEnvironmentAndUsesThatOfTheSettings) {
+  RawServer environmentsProxy({});
+  RawServer proxy({{{okReply("through the proxy")}}, {{"HTTP/1.1 403 No\r\nContent-Length: 0\r\n\r\n"}}});
+  RawServer server({{{okReply("direct")}}});
+  ::setenv("http_proxy", environmentsProxy.url().c_str(), 1);
+  ::setenv("no_proxy", "127.0.0.1", 1);
+  const CODefer cleanup([] {
+    ::unsetenv("http_proxy");
+    ::unsetenv("no_proxy");
+  });
+  Caller direct;
+  Caller proxied;
+  proxied.settings.proxyURL = proxy.url();
+
+  EXPECT_EQ(direct.get(server.url()).body(), "direct");
+  EXPECT_EQ(proxied.get(server.url()).body(), "through the proxy");
+  EXPECT_EQ(proxied.get("https" + server.url().substr(4)).code, CMRestCode::ProxyRefused);
+  EXPECT_TRUE(environmentsProxy.requests().empty());
+}
+
+TEST(RestClient, SendsAPostOnceWhenAKeptConnectionDiesUnderIt) {
+  COJson json(R"({"a":1})");
+  for (ICOJsonValue* const body : {static_cast<ICOJsonValue*>(&json), static_cast<ICOJsonValue*>(nullptr)}) {
+    RawServer server({{{okReply("1"), ""}}, {{""}}});
+    Caller caller;
+    caller.get(server.url());
+
+    const Answer answer = caller.post(server.url(), body);
+
+    EXPECT_EQ(answer.code, CMRestCode::ClosedBeforeReply);
+    EXPECT_EQ(server.requests().size(), 2U);
+  }
+}
+
+TEST(RestClient, LosesNoCallToAConnectionThatWasClosedWhileIdle) {
+  RawServer server({{{okReply("1")}}, {{okReply("2")}}});
+  Caller caller;
+  COJson body;
+  caller.post(server.url(), &body);
+  server.waitForClosed(1);
+
+  EXPECT_EQ(caller.post(server.url(), &body).body(), "2");
+}
+
+TEST(CancelSource, EndsTheCallThatIsRunningAndNoOther) {
+  RawServer server({{{okReply("1"), ""}, true}, {{okReply("meanwhile")}}, {{okReply("3")}}});
+  Caller caller;
+
+  caller.cancelSource->cancel();
+  EXPECT_EQ(caller.get(server.url()).code, CMRestCode::Success);
+  std::thread canceller([&] {
+    server.waitForRequests(2);
+    Caller second;
+    second.session.poolCenter = caller.pool.get();
+    EXPECT_EQ(second.get(server.url()).body(), "meanwhile");
+    caller.cancelSource->cancel();
+  });
+  const Answer cancelled = caller.get(server.url());
+  canceller.join();
+
+  EXPECT_EQ(cancelled.code, CMRestCode::Cancelled);
+  EXPECT_EQ(cancelled.body(), "");
+  EXPECT_EQ(caller.get(server.url()).body(), "3");
+  caller.pool.reset();
+  caller.cancelSource->cancel();
+}
+
+TEST(ErrorTranslator, HasASentenceOfItsOwnForEachCode) {
+  std::set<std::string> sentences;
+  for (std::int32_t code = CMRestCode::InvalidURL; code <= CMRestCode::TransferFailed + 1; ++code) {
+    EXPECT_TRUE(sentences.insert(messageOf(code)).second) << code;
+  }
+
+  EXPECT_EQ(sentences.count(""), 0U);
+  EXPECT_EQ(messageOf(CMRestCode::Success), "");
+  EXPECT_EQ(messageOf(CMRestCode::Cancelled), "The request was cancelled.");
+  EXPECT_EQ(messageOf(503), "HTTP 503 Service Unavailable");
+  EXPECT_EQ(messageOf(599), "HTTP 599");
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+// A certificate authority for tests. Keys and certificates are made anew in each run and never leave it.
+#pragma once
+
+#include <openssl/types.h>
+
+#include <memory>
+#include <string>
+
+#include "standin/zea_standin.h"
+
+namespace support {
+
+class TestAuthority {
+ public:
+  TestAuthority();
+  ~TestAuthority();
+  TestAuthority(const TestAuthority&) = delete;
+  TestAuthority& operator=(const TestAuthority&) = delete;
+
+  /// A server's identity, signed by this authority. The name is in OpenSSL's notation, such as "IP:127.0.0.1".
+  standin::TlsIdentity issue(const std::string& subjectName) const;
+  /// A PEM file with the authority's certificate, for `CMRestGlobalSettings::caFile`. It goes with this object.
+  const std::string& file() const { return file_; }
+
+ private:
+  std::shared_ptr<EVP_PKEY> key_;
+  std::shared_ptr<X509> certificate_;
+  std::string file_;
+};
+
+}  // namespace support

@@ -1,0 +1,332 @@
+// What all assistants have in common: making and freeing them, hosts, keys, temperature, memory, properties.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "support/providers.h"
+
+namespace {
+
+class Providers : public testing::TestWithParam<Provider> {};
+INSTANTIATE_TEST_SUITE_P(All, Providers, testing::ValuesIn(kProviders), nameOf);
+
+/// A pool of the host's own that tells when it is deleted.
+class WatchedPool : public ICSHTTPPoolCenter {
+ public:
+  explicit WatchedPool(bool& deleted) : deleted_(deleted) {}
+  ~WatchedPool() override { deleted_ = true; }
+
+ private:
+  bool& deleted_;
+};
+
+/// A memory of the host's own.
+class HostMemory : public IZEAAssistantMemory {
+ public:
+  void setStructureDocument(const std::string& text) override { document = text; }
+  std::string obtainStructureDocument() const override { return document; }
+  void addEntry(std::int32_t role, const std::string& text) override { entries.push_back({role, text}); }
+  std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t limit) const override {
+    limits.push_back(limit);
+    return entries;
+  }
+
+  std::string document;
+  std::vector<ZEAAssistantMemoryEntry> entries;
+  mutable std::vector<std::int32_t> limits;
+};
+
+TEST_P(Providers, StartWithTheirDefaultHostAndFollowAHostChange) {
+  const auto assistant = newAssistant(GetParam().type, "k", " \t");
+
+  EXPECT_EQ(get(*assistant, "api_host").stringValue(), GetParam().defaultHost);
+  EXPECT_EQ(assistant->obtainDefaultHost(), std::strstr(GetParam().defaultHost, "//") + 2);
+  EXPECT_EQ(assistant->obtainEndpointURL(), std::string(GetParam().defaultHost) + GetParam().endpoint);
+
+  set(*assistant, "api_host", "  http://other:8080 \n");
+
+  EXPECT_EQ(assistant->obtainEndpointURL(), std::string("http://other:8080") + GetParam().endpoint);
+}
+
+TEST_P(Providers, HoldTheTemperatureInTheirRangeOnceItIsAssigned) {
+  const auto assistant = newAssistant(GetParam().type, "k", "");
+  const auto settled = [&](double temperature) {
+    set(*assistant, "temperature", temperature);
+    return get(*assistant, "temperature").doubleValue();
+  };
+  const double hottest = GetParam().hottest;
+
+  EXPECT_EQ(get(*assistant, "temperature").doubleValue(), 1.0);
+  EXPECT_EQ(settled(2.5), hottest);
+  EXPECT_EQ(settled(2.0), hottest);
+  EXPECT_EQ(settled(1.995), hottest == 1.0 ? 1.0 : 1.995);
+  EXPECT_EQ(settled(0.5), 0.5);
+  EXPECT_EQ(settled(-0.5), 0.0);
+}
+
+TEST_P(Providers, SendTheKeyWhereItBelongsAndAChangedKeyFromTheNextRequestOn) {
+  Conversation conversation(GetParam());
+  const auto keyOfLastRequest = [&] {
+    const standin::Request request = conversation.server.requests().back();
+    return GetParam().keyHeader != nullptr ? request.header(GetParam().keyHeader) : request.target;
+  };
+  const bool bearer = GetParam().type != ZEAAssistantType::ANTHROPIC;
+
+  conversation.askWell("one");
+  const std::string first = keyOfLastRequest();
+  set(*conversation.assistant, "api_key", " k 2 \n");
+  conversation.askWell("two");
+  const std::string second = keyOfLastRequest();
+
+  if (GetParam().type == ZEAAssistantType::GOOGLE) {
+    EXPECT_EQ(first, "/v1beta/models/m:generateContent?key=k");
+    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=%20k%202%20%0A");
+  } else if (GetParam().keyHeader == nullptr) {
+    EXPECT_EQ(first + second, std::string(GetParam().chatTarget) + GetParam().chatTarget);
+    EXPECT_EQ(conversation.server.requests().back().header("Authorization"), "");
+  } else {
+    EXPECT_EQ(first, bearer ? "Bearer k" : "k");
+    EXPECT_EQ(second, bearer ? "Bearer  k 2" : "k 2");
+  }
+  EXPECT_EQ(conversation.server.requests().back().header("anthropic-version"),
+            GetParam().type == ZEAAssistantType::ANTHROPIC ? "2023-06-01" : "");
+}
+
+TEST_P(Providers, GoOnWithAMemoryThatAnotherAssistantLeft) {
+  Conversation first(kProviders[0]);
+  first.askWell("one");
+  Owned<IZEAAssistantMemory> memory(first.assistant->releaseMemory());
+  EXPECT_EQ(first.assistant->releaseMemory(), memory.get());
+  first.assistant.reset();
+  Conversation second(GetParam());
+
+  second.assistant->setMemory(memory.get());
+  second.askWell("two");
+
+  EXPECT_NE(second.lastBody().find(R"("one")"), std::string::npos);
+  EXPECT_NE(second.lastBody().find(R"("fine")"), std::string::npos);
+  const auto entries = memory->obtainEntries(20);
+  ASSERT_EQ(entries.size(), 4U);
+  EXPECT_EQ(entries[2].role, ZEARoleUser);
+  EXPECT_EQ(entries[3].text, "fine");
+  second.assistant.reset();  // the memory goes last
+}
+
+TEST(Factory, GivesNullForANumberThatNamesNoProviderAndLeavesThePoolAlone) {
+  bool deleted = false;
+  WatchedPool pool(deleted);
+
+  EXPECT_EQ(ZEACreateAssistant(static_cast<ZEAAssistantType>(9), &pool, "", "", nullptr), nullptr);
+  EXPECT_EQ(ZEACreateAssistant(static_cast<ZEAAssistantType>(0xFFFFFFFFU), &pool, "", "", nullptr), nullptr);
+  EXPECT_FALSE(deleted);
+  ZEAFreeObject(nullptr);
+}
+
+TEST(Factory, GivesAnAssistantThatOwnsItsPoolButNeverTheHostsMemory) {
+  HostMemory memory;
+  for (const Provider& provider : kProviders) {
+    bool deleted = false;
+
+    ZEAFreeObject(ZEACreateAssistant(provider.type, new WatchedPool(deleted), "k", "", &memory));
+
+    EXPECT_TRUE(deleted) << provider;
+  }
+  EXPECT_TRUE(memory.entries.empty());
+}
+
+TEST(Memory, OfTheHostIsAskedForTwentyTurnsAndSentInItsOrder) {
+  HostMemory memory;
+  memory.entries = {{7, "odd role"}, {ZEARoleAssistant, "said"}};
+  Conversation conversation(kProviders[0]);
+
+  conversation.assistant->setMemory(&memory);
+  conversation.askWell("q");
+
+  EXPECT_EQ(conversation.lastBody(),
+            R"({"model":"m","messages":[{"role":"user","content":"odd role"},{"role":"assistant","content":"said"},)"
+            R"({"role":"user","content":"q"}]})");
+  EXPECT_EQ(memory.limits, std::vector<std::int32_t>{20});
+  ASSERT_EQ(memory.entries.size(), 4U);
+  conversation.assistant->setMemory(nullptr);
+  conversation.askWell("again");
+  EXPECT_EQ(memory.entries.size(), 6U) << "a null memory is refused";
+}
+
+TEST(Memory, OfTheLibraryKeepsAllTurnsAndTheLatestStructure) {
+  Conversation conversation(kProviders[0]);
+  for (int turn = 0; turn < 30; ++turn) conversation.askWell("q" + std::to_string(turn));
+  set(*conversation.assistant, "db_structure", "[]");
+  set(*conversation.assistant, "db_structure", "{ }");
+  const Owned<IZEAAssistantMemory> memory(conversation.assistant->releaseMemory());
+
+  const auto entries = memory->obtainEntries(20);
+
+  ASSERT_EQ(entries.size(), 60U);
+  for (std::size_t index = 0; index < entries.size(); ++index) {
+    EXPECT_EQ(entries[index].role, static_cast<std::int32_t>(index % 2));
+  }
+  EXPECT_EQ(entries[58].text, "q29");
+  EXPECT_EQ(memory->obtainStructureDocument(), "{ }");
+  EXPECT_EQ(conversation.server.connectionCount(), 1U);
+  conversation.assistant.reset();
+}
+
+TEST(Properties, RefuseWrongKindsAndUnknownKeysAndKeepWhatTheyHad) {
+  const struct {
+    const char* key;
+    CMVariant value;
+    bool accepted;
+  } kCases[] = {
+      {"temperature", 1, false},
+      {"temperature", "1.0", false},
+      {"temperature", 0.5, true},
+      {"use_temperature", 1.0, false},
+      {"use_temperature", 0, true},
+      {"api_host", 1, false},
+      {"api_key", CMVariant(), false},
+      {"model", CMVariantMap(), false},
+      {"user_instructions", 1, false},
+      {"system_instructions", "text", false},
+      {"system_instructions", CMVariantMap{{"a", 1}}, true},
+      {"db_structure", "", false},
+      {"db_structure", "{", false},
+      {"db_structure", "{}", true},
+      {"db_structure", 1, true},
+      {"db_structure", CMVariant(), true},
+      {"combined_instructions", "x", false},
+      {"Model", "m", false},
+      {"max_tokens", 5, false},
+  };
+  for (const auto& row : kCases) {
+    const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
+    const Owned<IZEAProperties> properties(assistant->obtainProperties());
+    const std::string before = properties->obtainValue(row.key).stringValue();
+
+    EXPECT_EQ(properties->setValue(row.key, row.value), row.accepted) << row.key;
+    if (!row.accepted) {
+      EXPECT_EQ(properties->obtainValue(row.key).stringValue(), before) << row.key;
+    }
+  }
+}
+
+TEST(Properties, PutASchemeInFrontOfAHostThatHasNone) {
+  const struct {
+    const char* host;
+    const char* secure;
+    const char* local;  // with OLLAMA
+  } kCases[] = {
+      {"host", "https://host", "http://host"},
+      {" host:80/base/ ", "https://host:80/base/", "http://host:80/base/"},
+      {"HTTP://Host", "HTTP://Host", "HTTP://Host"},
+      {"hTTps://h", "hTTps://h", "hTTps://h"},
+      {"ftp://h", "https://ftp://h", "http://ftp://h"},
+      {"x\nhttp://h", "https://x\nhttp://h", "http://x\nhttp://h"},
+  };
+  for (const auto& row : kCases) {
+    for (const bool local : {false, true}) {
+      const auto type = local ? ZEAAssistantType::OLLAMA : ZEAAssistantType::X;
+      const char* const expected = local ? row.local : row.secure;
+      const auto made = newAssistant(type, "k", row.host);
+      const auto changed = newAssistant(type, "k", "elsewhere");
+
+      set(*changed, "api_host", row.host);
+
+      EXPECT_EQ(get(*made, "api_host").stringValue(), expected);
+      EXPECT_EQ(get(*changed, "api_host").stringValue(), expected);
+    }
+  }
+}
+
+TEST(Properties, CopyIsDetachedButForTheStructure) {
+  const auto assistant = newAssistant(ZEAAssistantType::ANTHROPIC, "k", "");
+  set(*assistant, "max_tokens", 77);
+  const Owned<IZEAProperties> copy(assistant->obtainProperties());
+
+  EXPECT_TRUE(copy->setValue("model", "other"));
+  EXPECT_TRUE(copy->setValue("temperature", 9.0));
+  EXPECT_TRUE(copy->setValue("db_structure", R"([{"catalog_name":"c","schemas":[]}])"));
+
+  EXPECT_EQ(get(*assistant, "model").stringValue(), "");
+  EXPECT_EQ(copy->obtainValue("temperature").doubleValue(), 9.0);
+  EXPECT_EQ(get(*assistant, "combined_instructions").stringValue(), "USE CATALOG `c`\n\n");
+  EXPECT_TRUE(copy->obtainValue("max_tokens").isNull());
+  EXPECT_FALSE(copy->setValue("max_tokens", 1));
+  EXPECT_EQ(copy->obtainDescription().size(), 9U);
+}
+
+TEST(Properties, DescribeThemselves) {
+  const auto description = [](ZEAAssistantType type) {
+    std::vector<std::pair<std::string, std::string>> pairs;
+    newAssistant(type, "", "")->updateProperties([&](IZEAProperties* live) { pairs = live->obtainDescription(); });
+    return pairs;
+  };
+
+  const auto plain = description(ZEAAssistantType::GOOGLE);
+  const auto anthropic = description(ZEAAssistantType::ANTHROPIC);
+
+  ASSERT_EQ(plain.size(), 9U);
+  EXPECT_EQ(plain[7].second,
+            R"(CMVariant - [{"catalog_id":"optional","catalog_name":"optional","schemas":[{"schema_id":"optional",)"
+            R"("schema_name":"optional","tables":[{"name":"","fields":[{"name":"","type":""}],"pkeys":["optional"],)"
+            R"("fkeys":[{"fields":[""],"ref_schema":"optional","ref_table":"","ref_fields":[""]}]}],)"
+            R"("views":[null],"mviews":[null]}]}])");
+  EXPECT_EQ(plain[8], (std::pair<std::string, std::string>("combined_instructions", "string - read only")));
+  ASSERT_EQ(anthropic.size(), 10U);
+  EXPECT_EQ(anthropic[9], (std::pair<std::string, std::string>("max_tokens", "integer")));
+}
+
+TEST(Properties, TakeEffectEvenWhenTheHostsFunctionThrowsHalfway) {
+  // The key was in the store but never reached the session, and no later update noticed the difference.
+  Conversation conversation(kProviders[0]);
+
+  EXPECT_THROW(conversation.assistant->updateProperties([](IZEAProperties* properties) {
+    properties->setValue("api_key", "new");
+    properties->setValue("temperature", 5.0);
+    throw std::runtime_error("host");
+  }),
+               std::runtime_error);
+  EXPECT_THROW(conversation.assistant->updateProperties({}), std::bad_function_call);
+  conversation.askWell("q");
+
+  EXPECT_EQ(conversation.server.requests().back().header("Authorization"), "Bearer new");
+  EXPECT_EQ(get(*conversation.assistant, "temperature").doubleValue(), 2.0);
+}
+
+TEST(Settings, ReachAssistantsThatExistAlready) {
+  Conversation conversation(kProviders[0]);
+  CMRestGlobalSettings settings;
+  settings.userAgent = "host/1";
+  settings.maxResponseBytes = 10;
+
+  ZEASetHTTPSettings(settings);
+  const std::string tooLarge = conversation.askWell("one");
+  ZEASetHTTPSettings({});
+  const std::string fine = conversation.askWell("two");
+
+  EXPECT_EQ(tooLarge.find("failed: "), 0U);
+  EXPECT_EQ(conversation.server.requests().front().header("User-Agent"), "host/1");
+  EXPECT_EQ(fine, "fine");
+}
+
+TEST(LocalizationInfo, IsCopiedWholeByBothAssignments) {
+  const char* const source = "text";
+  ZEACallbackLocalizationInfo from;
+  from.sourceText = source;
+  std::memset(from.localizedText, 'x', sizeof from.localizedText);
+  from.localizedText[2] = '\0';
+  ZEACallbackLocalizationInfo copied;
+  ZEACallbackLocalizationInfo moved;
+
+  copied = from;
+  moved = std::move(from);
+
+  for (const auto* info : {&copied, &moved, &from}) {
+    EXPECT_EQ(info->sourceText, source);
+    EXPECT_EQ(std::string(info->localizedText, 2), "xx");
+    EXPECT_EQ(info->localizedText[2], '\0');
+    EXPECT_EQ(info->localizedText[1023], 'x');
+  }
+}
+
+}  // namespace
