@@ -5,7 +5,8 @@ set(zea_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zea)
 set_target_properties(zea PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(DIRECTORY include/zea foundation/include/qx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
 if(ZEA_BUILD_TOOLS)
-  install(TARGETS zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set_target_properties(zea-console zea-standin PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS zea-console zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 # Each library is exported under the name that hosts link: qx::qx and zea::zea.

@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+#include <qx/qx.h>
+#include <sqlite3.h>
+#include <standin/zea_standin.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "support/child_process.h"
+
+namespace {
+
+using support::ChildResult;
+
+/// The program, a folder for its files and a stand-in that listens.
+class ConsoleProgram : public testing::Test {
+ protected:
+  ConsoleProgram() {
+    std::string pattern = std::filesystem::temp_directory_path() / "zea-console-XXXXXX";
+    folder_ = ::mkdtemp(pattern.data());
+    write("key", "sk-secret\nignored\n");
+  }
+  ~ConsoleProgram() override { std::filesystem::remove_all(folder_); }
+
+  std::string path(const std::string& name) const { return folder_ / name; }
+  void write(const std::string& name, const std::string& content) const { std::ofstream(path(name)) << content; }
+
+  // A database made by a script; in the folder, as "name".
+  void createDatabase(const std::string& name, const std::string& script) const {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(path(name).c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, script.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    ASSERT_EQ(sqlite3_close(database), SQLITE_OK);
+  }
+
+  static ChildResult run(std::vector<std::string> arguments, const std::string& input = {},
+                         const std::vector<std::string>& environment = {}) {
+    arguments.insert(arguments.begin(), ZEA_PROGRAM);
+    return support::runChild(arguments, environment, input);
+  }
+
+  // Asks the stand-in as the provider OPENAI.
+  ChildResult talk(std::vector<std::string> arguments, const std::string& input = {}) const {
+    createDatabase("small.db", "CREATE TABLE IF NOT EXISTS notes (id INTEGER PRIMARY KEY, text TEXT)");
+    const std::vector<std::string> more = {"--db", path("small.db"), "--provider", "OpenAI",  "--host",
+                                           url_,   "--key-file",     path("key"),  "--model", "m"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments, input);
+  }
+
+  void enqueue(int status, const std::string& body) {
+    standin::Reply reply;
+    reply.status = status;
+    reply.body = body;
+    standin_.enqueue(reply);
+  }
+
+  standin::Server standin_;
+  std::string url_ = standin_.url();
+  std::filesystem::path folder_;
+};
+
+TEST_F(ConsoleProgram, AnswersAboutTheSampleDatabaseWithoutAProvider) {
+  const ChildResult sample = run({"sample", path("shop.db")});
+  const ChildResult again = run({"sample", path("shop.db")});
+  const ChildResult asked = run({"ask", "--db", path("shop.db"), "Show the orders"});
+
+  EXPECT_EQ(sample.exitCode, 0) << sample.error;
+  EXPECT_EQ(again.exitCode, 2);
+  EXPECT_EQ(asked.exitCode, 0) << asked.error;
+  EXPECT_NE(asked.error.find("stand-in"), std::string::npos);
+  for (const char* word : {"14 tables", "order_items", "shipment_items", "open_orders", "```sql\nSELECT orders.id"}) {
+    EXPECT_NE(asked.output.find(word), std::string::npos) << word << " is not in " << asked.output;
+  }
+}
+
+TEST_F(ConsoleProgram, ShowsThePromptForADatabaseWhole) {
+  createDatabase("keys.db", R"(
+      CREATE TABLE region (country TEXT, code INT, PRIMARY KEY (code, country)) WITHOUT ROWID;
+      CREATE TABLE "a`b" (x, y DECIMAL(10, 2) NOT NULL, twice INT GENERATED ALWAYS AS (x * 2));
+      CREATE TABLE person (id INTEGER PRIMARY KEY, boss INT REFERENCES person, c TEXT, n INT, r INT REFERENCES gone,
+        FOREIGN KEY (n, c) REFERENCES region, FOREIGN KEY (c, n) REFERENCES region (country, code));
+      CREATE INDEX by_boss ON person (boss);
+      CREATE VIEW bosses AS SELECT boss, count(*) AS n FROM person GROUP BY boss;
+      CREATE VIEW lost AS SELECT * FROM nowhere;)");
+
+  const ChildResult shown = run({"prompt", "--db", path("keys.db"), "--instructions", "Be \xFF brief."});
+
+  EXPECT_EQ(shown.exitCode, 0) << shown.error;
+  EXPECT_EQ(
+      shown.output,
+      "Be \uFFFD brief.\n\n"
+      "The statements below describe the user's SQLite database. Write SQL in its dialect, in fenced sql blocks.\n"
+      "CREATE TABLE `region` (`country` TEXT, `code` INT, PRIMARY KEY(`code`, `country`))\n"
+      "CREATE TABLE `a`b` (`x` ANY, `y` DECIMAL(10, 2), `twice` INT)\n"
+      "CREATE TABLE `person` (`id` INTEGER, `boss` INT, `c` TEXT, `n` INT, `r` INT, PRIMARY KEY(`id`), "
+      "FOREIGN KEY(`boss`) REFERENCES `person`(`id`), "
+      "FOREIGN KEY(`n`, `c`) REFERENCES `region`(`code`, `country`), "
+      "FOREIGN KEY(`c`, `n`) REFERENCES `region`(`country`, `code`))\n"
+      "CREATE VIEW `bosses` (`boss` INT, `n` ANY)\n"
+      "CREATE VIEW `lost` ()\n\n");
+  EXPECT_EQ(shown.error, "");
+}
+
+TEST_F(ConsoleProgram, SendsTheFirstTurnWithTheSecondQuestion) {
+  enqueue(200, R"({"choices":[{"message":{"role":"assistant","content":"First."}}]})");
+
+  const ChildResult chat = talk({"chat", "--temperature", "0.5"}, "one\n\n/model other\ntwo\n/quit\nthree\n");
+
+  EXPECT_EQ(chat.exitCode, 0) << chat.error;
+  EXPECT_EQ(chat.output.rfind("First.\nI am a stand-in", 0), 0U) << chat.output;
+  ASSERT_EQ(standin_.requests().size(), 2U);
+  EXPECT_EQ(standin_.requests()[0].header("Authorization"), "Bearer sk-secret");
+  const std::string body = standin_.requests()[1].body;
+  EXPECT_EQ(body.rfind(R"({"model":"other","temperature":0.5,"messages":[{"role":"developer",)", 0), 0U) << body;
+  EXPECT_NE(body.find(R"({"role":"user","content":"one"},{"role":"assistant","content":"First."},)"
+                      R"({"role":"user","content":"two"}])"),
+            std::string::npos)
+      << body;
+}
+
+TEST_F(ConsoleProgram, GoesOnWithAConversationAfterAFailedQuestion) {
+  enqueue(500, R"({"error":{"message":"Try later."}})");
+
+  const ChildResult recovered = talk({"chat"}, "one\ntwo\n");
+  enqueue(500, R"({"error":{"message":"Try later."}})");
+  const ChildResult failed = talk({"chat"}, "one\n");
+
+  EXPECT_EQ(recovered.exitCode, 0);
+  EXPECT_EQ(recovered.error, "Try later.\n");
+  EXPECT_NE(recovered.output.find("no earlier turns"), std::string::npos) << recovered.output;
+  EXPECT_EQ(failed.exitCode, 1);
+}
+
+TEST_F(ConsoleProgram, TellsARefusalFromANetworkThatFails) {
+  const struct {
+    standin::Reply reply;
+    int exitCode;
+    const char* sentence;
+  } cases[] = {
+      {{401, R"({"error":{"message":"Bad key."}})"}, 1, "Bad key.\n"},
+      {{200, "hello"}, 1, "Invalid response: p/v1/chat/completions\n"},
+      {{200, "{}"}, 1, "Unsupported data format: p/v1/chat/completions\n"},
+      {{200, "{}", {}, {}, std::nullopt, true}, 3, "\n"},
+      {{200, R"({"choices":[]})", {}, {}, 5}, 3, "\n"},
+  };
+  for (const auto& row : cases) {
+    standin_.enqueue(row.reply);
+
+    const ChildResult asked = talk({"ask", "q"});
+
+    EXPECT_EQ(asked.exitCode, row.exitCode) << asked.error;
+    EXPECT_NE(asked.error.find(row.sentence), std::string::npos) << asked.error;
+    EXPECT_EQ(asked.output, "");
+  }
+}
+
+TEST_F(ConsoleProgram, TellsThatAPortIsClosed) {
+  url_ = standin::Server().url();
+
+  const ChildResult asked = talk({"ask", "q"});
+
+  EXPECT_EQ(asked.exitCode, 3);
+  EXPECT_NE(asked.error, "");
+}
+
+TEST_F(ConsoleProgram, ListsModelsNewestFirst) {
+  const ChildResult listed = run({"models", "--provider", "openai", "--host", url_}, "", {"OPENAI_API_KEY=k"});
+
+  EXPECT_EQ(listed.exitCode, 0) << listed.error;
+  EXPECT_EQ(listed.output, "standin-large\nstandin-small\n");
+}
+
+TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
+  createDatabase("good.db", "CREATE TABLE t (a)");
+  createDatabase("empty.db", "CREATE TABLE t (a); DROP TABLE t");
+  write("text", std::string(2000, 'x'));
+  write("blank", "\n");
+  const std::string good = path("good.db");
+  const struct {
+    std::vector<std::string> arguments;
+    const char* sentence;
+  } cases[] = {
+      {{}, "A subcommand is required"},
+      {{"ask", "q"}, "--db is required"},
+      {{"ask", "--db", path("none.db"), "q"}, "There is no file"},
+      {{"ask", "--db", path(""), "q"}, "is a directory"},
+      {{"ask", "--db", path("text"), "q"}, "is not an SQLite database."},
+      {{"ask", "--db", path("empty.db"), "q"}, "has no tables or views"},
+      {{"ask", "--db", good, "q", "--provider", "acme"}, "There is no provider acme."},
+      {{"ask", "--db", good, "q", "--colour"}, "There is no option --colour here."},
+      {{"ask", "--db", good, "q", "--temperature", "warm"}, "--temperature"},
+      {{"ask", "--db", good, "q", "--temperature", "nan"}, "no number"},
+      {{"ask", "--db", good, "q", "--host", "h"}, "--host needs a --provider."},
+      {{"ask", "--db", good, "q", "--provider", "x"}, "zea models --provider x"},
+      {{"ask", "--db", good, "q", "--provider", "x", "--model", "m"}, "XAI_API_KEY"},
+      {{"models", "--provider", "x", "--key-file", path("none")}, "cannot be read"},
+      {{"models", "--provider", "x", "--key-file", path("blank")}, "no key in its first line"},
+      {{"ask", "--db", good, "q", "--key=sk-secret"}, "There is no option --key here."},
+      {{"ask", "--db", good, "q", "--api-key", "sk-secret"}, "There is no option --api-key here."},
+      {{"ask", "--db", good, "q", "-ksk-secret"}, "an argument too many"},
+      {{"models", "--provider", "x", "--key-file", "sk-secret"}, "cannot be read"},
+  };
+  for (const auto& row : cases) {
+    const ChildResult result = run(row.arguments);
+
+    EXPECT_EQ(result.exitCode, 2) << row.sentence;
+    EXPECT_NE(result.error.find(row.sentence), std::string::npos) << row.sentence << ": " << result.error;
+    EXPECT_EQ(result.output, "") << row.sentence;
+    EXPECT_EQ(result.error.find("sk-secret"), std::string::npos) << result.error;
+  }
+}
+
+}  // namespace

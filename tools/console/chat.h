@@ -1,0 +1,14 @@
+// A conversation, line by line.
+#pragma once
+
+#include "console/failure.h"
+#include "console/session.h"
+
+namespace console {
+
+/// Answers the lines of standard input until they end or one of them is "/quit". A question that fails is told on
+/// standard error and the conversation goes on. Gives `Success` when standard input is a terminal, where the user has
+/// seen what failed; otherwise the code of the last question.
+ExitCode runChat(Session& session);
+
+}  // namespace console

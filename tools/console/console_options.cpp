@@ -1,0 +1,144 @@
+#include "console/console_options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+#include "console/failure.h"
+#include "console/provider.h"
+
+namespace console {
+
+namespace {
+
+constexpr const char* kFooter =
+    "Without --provider a stand-in on this machine answers: it knows the database's tables, but it is no model.\n"
+    "Keys are never arguments. They come from --key-file, from the provider's environment variable (OPENAI_API_KEY,\n"
+    "GEMINI_API_KEY or GOOGLE_API_KEY, DEEPSEEK_API_KEY, XAI_API_KEY, ANTHROPIC_API_KEY, DASHSCOPE_API_KEY,\n"
+    "ARK_API_KEY, MOONSHOT_API_KEY), or are asked for at a terminal.\n"
+    "Answers go to standard output, everything else to standard error.\n\n"
+    "Exit codes: 0 answered; 1 the provider refused or its answer could not be used; 2 the command line, or what it\n"
+    "names, cannot be used; 3 the provider could not be reached. A chat ends with 0 at a terminal; otherwise with the\n"
+    "code of its last question.";
+
+class OptionsReader {
+ public:
+  OptionsReader() : app_("Talk with a chat model about a database.", "zea") {
+    app_.set_version_flag("--version", "zea " ZEA_VERSION);
+    app_.require_subcommand(1);
+    app_.footer(kFooter);
+    addAsk();
+    addDatabaseCommand(Command::Chat, "chat", "Talk about a database, line by line; /help tells more");
+    addPrompt();
+    addModels();
+    addSample();
+  }
+
+  std::optional<ConsoleOptions> read(int argc, const char* const* argv) {
+    try {
+      app_.parse(argc, argv);
+    } catch (const CLI::ExtrasError&) {
+      throw Failure(ExitCode::Usage, describeUnexpected(argc, argv));
+    } catch (const CLI::Success& asked) {
+      static_cast<void>(app_.exit(asked));  // prints what was asked for; its code is 0
+      return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+      throw Failure(ExitCode::Usage, std::string(error.what()) + ". See zea --help.");
+    }
+    check();
+    return std::move(options_);
+  }
+
+ private:
+  CLI::App* addCommand(Command command, const char* name, const char* description) {
+    CLI::App* added = app_.add_subcommand(name, description);
+    added->callback([this, command] { options_.command = command; });
+    return added;
+  }
+
+  CLI::App* addDatabaseCommand(Command command, const char* name, const char* description) {
+    CLI::App* added = addCommand(command, name, description);
+    added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+        ->required()
+        ->type_name("FILE");
+    addProviderOptions(*added);
+    addInstructions(*added);
+    added->add_option("--model", options_.model, "The model to ask")->type_name("NAME");
+    added->add_option("--temperature", options_.temperature, "Sampling temperature, such as 0.2")->type_name("NUMBER");
+    return added;
+  }
+
+  void addProviderOptions(CLI::App& command) {
+    command.add_option("--provider", options_.provider, "One of " + listProviders())->type_name("NAME");
+    command.add_option("--host", options_.host, "A host or base URL instead of the provider's own")->type_name("HOST");
+    command.add_option("--key-file", options_.keyFile, "A file whose first line is the provider's key")
+        ->type_name("FILE");
+  }
+
+  void addInstructions(CLI::App& command) {
+    command.add_option("--instructions", options_.instructions, "Your own instructions to the model")
+        ->type_name("TEXT");
+  }
+
+  void addAsk() {
+    addDatabaseCommand(Command::Ask, "ask", "Ask one question about a database")
+        ->add_option("question", options_.question, "The question, in quotes")
+        ->required();
+  }
+
+  void addPrompt() {
+    CLI::App* added = addCommand(Command::Prompt, "prompt", "Print what the model is told ahead of the questions");
+    added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+        ->required()
+        ->type_name("FILE");
+    addInstructions(*added);
+  }
+
+  void addModels() {
+    addProviderOptions(*addCommand(Command::Models, "models", "List the models that a provider offers"));
+  }
+
+  void addSample() {
+    addCommand(Command::Sample, "sample", "Create the sample database of a shop")
+        ->add_option("file", options_.sampleFile, "The file to create; it must not exist")
+        ->required()
+        ->type_name("FILE");
+  }
+
+  // The first argument that nothing expects is named only when it is a long option, and then without its value.
+  std::string describeUnexpected(int argc, const char* const* argv) const {
+    const std::vector<std::string> remaining = app_.remaining(true);
+    for (int index = 1; index < argc; ++index) {
+      const std::string argument = argv[index];
+      if (!argument.starts_with("--")) continue;
+      if (std::find(remaining.begin(), remaining.end(), argument) == remaining.end()) continue;
+      return "There is no option " + argument.substr(0, argument.find('=')) + " here. See zea --help.";
+    }
+    return "There is an argument too many. See zea --help.";
+  }
+
+  void check() const {
+    if (options_.temperature && !std::isfinite(*options_.temperature)) {
+      throw Failure(ExitCode::Usage, "The temperature is no number.");
+    }
+    if (!options_.provider.empty()) return;
+    for (const auto& [name, value] : {std::pair<const char*, const std::string&>{"--host", options_.host},
+                                      std::pair<const char*, const std::string&>{"--key-file", options_.keyFile}}) {
+      if (!value.empty()) throw Failure(ExitCode::Usage, std::string(name) + " needs a --provider.");
+    }
+  }
+
+  ConsoleOptions options_;
+  CLI::App app_;
+};
+
+}  // namespace
+
+std::optional<ConsoleOptions> readOptions(int argc, const char* const* argv) {
+  return OptionsReader().read(argc, argv);
+}
+
+}  // namespace console

@@ -1,0 +1,29 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace console {
+
+enum class Command { Ask, Chat, Prompt, Models, Sample };
+
+/// What the command line asks for: a plain record. Texts that were not given are empty.
+struct ConsoleOptions {
+  Command command = Command::Ask;
+  std::string databaseFile;
+  std::string question;    // Ask
+  std::string sampleFile;  // Sample
+  std::string provider;
+  std::string model;
+  std::string host;
+  std::string keyFile;
+  std::string instructions;
+  std::optional<double> temperature;
+};
+
+/// Reads the command line. Nothing when "--help" or "--version" was asked for and has been printed. Throws `Failure`
+/// for what cannot be used. No value of an unknown option is ever repeated: it may be a key.
+std::optional<ConsoleOptions> readOptions(int argc, const char* const* argv);
+
+}  // namespace console

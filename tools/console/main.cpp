@@ -1,0 +1,60 @@
+// zea: talk with a chat model about a database, at a terminal.
+#include <exception>
+
+#include "console/chat.h"
+#include "console/console_options.h"
+#include "console/console_output.h"
+#include "console/failure.h"
+#include "console/sample_database.h"
+#include "console/session.h"
+#include "console/sqlite_structure.h"
+
+namespace {
+
+using namespace console;
+
+void describeDatabase(Session& session, const DatabaseStructure& structure) {
+  session.describeDatabase(writeStructureDocument(structure), "SQLite");
+}
+
+ExitCode talk(const ConsoleOptions& options) {
+  // The file first: it is looked at without a key, without the network and without a prompt for either.
+  const auto structure = readSqliteStructure(options.databaseFile);
+  const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
+  describeDatabase(*session, structure);
+  if (options.command == Command::Chat) return runChat(*session);
+  if (options.command == Command::Prompt) {
+    printText(session->obtainPrompt());
+  } else {
+    printAnswer(session->ask(options.question));
+  }
+  return ExitCode::Success;
+}
+
+ExitCode run(const ConsoleOptions& options) {
+  if (options.command == Command::Models) {
+    for (const std::string& model : Session::connect(options)->listModels()) printAnswer(model);
+    return ExitCode::Success;
+  }
+  if (options.command == Command::Sample) {
+    createSampleDatabase(options.sampleFile);
+    printNote("Created " + options.sampleFile + ".");
+    return ExitCode::Success;
+  }
+  return talk(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const auto options = readOptions(argc, argv);
+    return static_cast<int>(options ? run(*options) : ExitCode::Success);
+  } catch (const Failure& failure) {
+    printNote(failure.what());
+    return static_cast<int>(failure.code());
+  } catch (const std::exception& error) {
+    printNote(std::string("zea cannot go on: ") + error.what());
+    return static_cast<int>(ExitCode::Refused);
+  }
+}
