@@ -43,26 +43,25 @@ void ZEAAssistant::setMemory(IZEAAssistantMemory* newMemory) {
 
 std::string ZEAAssistant::updateProperties(std::function<void(IZEAProperties*)> function) {
   if (!function) throw std::bad_function_call();
-  const std::string keyBefore = properties->apiKey;
   try {
     function(properties.get());
   } catch (...) {
-    settleProperties(keyBefore);  // what was set before the host's function gave up is in force all the same
+    settleProperties();  // what was set before the host's function gave up is in force all the same
     throw;
   }
-  settleProperties(keyBefore);
+  settleProperties();
   return {};
 }
 
-void ZEAAssistant::settleProperties(const std::string& keyBefore) {
-  if (properties->assignedKeys.count("temperature") > 0) {
+void ZEAAssistant::settleProperties() {
+  if (properties->isAssigned(kTemperature)) {
     double temperature = properties->temperature;
     if (temperature > 2.0) temperature = 2.0;
-    if (temperature < 0.0) temperature = 0.0;
+    if (!(temperature >= 0.0)) temperature = 0.0;  // also where it is no number
     properties->temperature = limitTemperature(temperature);
   }
-  if (properties->assignedKeys.count("api_host") > 0) properties->apiHost = qxTrimAsString(properties->apiHost);
-  if (properties->apiKey != keyBefore) sendCredentials();
+  if (properties->isAssigned(kApiHost)) properties->apiHost = qxTrimAsString(properties->apiHost);
+  if (properties->apiKey != keyInUse_) useKey();
 }
 
 IZEAProperties* ZEAAssistant::obtainProperties() const {
@@ -72,7 +71,12 @@ IZEAProperties* ZEAAssistant::obtainProperties() const {
 
 void ZEAAssistant::adoptKey(const std::string& apiKey) {
   properties->apiKey = apiKey;
+  useKey();
+}
+
+void ZEAAssistant::useKey() {
   sendCredentials();
+  keyInUse_ = properties->apiKey;
 }
 
 void ZEAAssistant::sendCredentials() { session->setAuthorizationHeaderValue("Bearer " + properties->apiKey); }

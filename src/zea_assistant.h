@@ -40,7 +40,8 @@ class ZEAAssistant : public IZEAAssistant {
   /// Called by `updateProperties` once a temperature has been assigned, with a value from 0 to 2: gives what the
   /// provider takes. Default: the same.
   virtual double limitTemperature(double temperature) const { return temperature; }
-  /// Called when the key in the store has changed: hands it to the session. Default: a bearer `Authorization`.
+  /// Called for the first key and whenever the key in the store has changed: hands it to the session. Default: a bearer
+  /// `Authorization`.
   virtual void sendCredentials();
 
   IZEAAssistantMemory* memory;  // never null
@@ -50,5 +51,8 @@ class ZEAAssistant : public IZEAAssistant {
   std::unique_ptr<CMRestSession> session;
 
  private:
-  void settleProperties(const std::string& keyBefore);
+  void settleProperties();
+  void useKey();
+
+  std::string keyInUse_;  // the store's key when the session last heard of it
 };

@@ -1,5 +1,6 @@
 #include "zea_assistant_anthropic.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "qx/app_factory.h"
@@ -12,13 +13,14 @@ namespace {
 
 constexpr char kDefaultHost[] = "api.anthropic.com";
 constexpr char kMaxTokens[] = "max_tokens";  // the property's key and the request's member
-constexpr std::int32_t kDefaultMaxTokens = 1024;
 constexpr char kDateFormat[] = "%Y-%m-%dT%H:%M:%SZ";
 
-/// A date as the number that listings are sorted by; one that can't be read comes last.
+/// A date as the number that listings are sorted by, held within 32 bits; one that can't be read comes last.
 std::int32_t sortKeyOf(const ICSDateTimeConverter& converter, std::string_view date) {
   const std::unique_ptr<CODateTime> parsed(CODateTime::dateTimeFromString(std::string(date), kDateFormat));
-  return static_cast<std::int32_t>(converter.toEpochSeconds(*parsed, 0));
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(converter.toEpochSeconds(*parsed, 0),
+                                                            std::numeric_limits<std::int32_t>::min(),
+                                                            std::numeric_limits<std::int32_t>::max()));
 }
 
 class Call final : public ZEACall {
@@ -32,9 +34,9 @@ class Call final : public ZEACall {
   void writeBody(COJson& body, const std::string& text) const override {
     body.addKeyValue("model")->setStringValue(properties.model);
     writeTemperature(body);
-    const bool assigned = properties.assignedKeys.count(kMaxTokens) > 0;
+    const bool isAssigned = properties.isAssigned(kMaxTokens);
     body.addKeyValue(kMaxTokens)
-        ->setIntValue(assigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
+        ->setIntValue(isAssigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
     if (const std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
       body.addKeyValue("system")->setStringValue(instructions);
     }

@@ -3,6 +3,9 @@
 
 #include "zea_assistant.h"
 
+/// What goes out as "max_tokens" as long as nobody has assigned another number.
+inline constexpr std::int32_t kDefaultMaxTokens = 1024;
+
 /// The plain store and one key more: "max_tokens", the longest reply in tokens, which goes out with every request.
 class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
  public:
@@ -13,7 +16,7 @@ class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
   CMVariant obtainValue(const std::string& key) const override;
   bool setValue(const std::string& key, const CMVariant& value) override;
 
-  std::int32_t maxTokens = 1024;
+  std::int32_t maxTokens = kDefaultMaxTokens;
 };
 
 class ZEAAssistant_ANTHROPIC final : public ZEAAssistant {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <regex>
 #include <string_view>
 
 #include "qx/assertion.h"
@@ -11,6 +10,9 @@
 #include "zea_json_read.h"
 
 namespace {
+
+/// Whether an element of the structure document is as it should be; one that isn't is reported to developers.
+bool accept(bool isAsItShouldBe) { return isAsItShouldBe || qxAssert(false); }
 
 // ---- The structure document: rendering one table, view or materialized view.
 
@@ -22,7 +24,7 @@ class StatementWriter {
 
   void write(std::string_view schemaName, std::string_view kind, const COJsonValue* object) {
     const std::size_t begin = out_.size();
-    if (!qxAssert(object != nullptr && writeStatement(schemaName, kind, *object))) out_.resize(begin);
+    if (!accept(object != nullptr && writeStatement(schemaName, kind, *object))) out_.resize(begin);
   }
 
  private:
@@ -138,12 +140,12 @@ struct Schema {
 std::vector<Catalog> readCatalogs(const COJson& document) {
   std::vector<Catalog> named;
   std::vector<Catalog> ordered;
-  if (!qxAssert(document.getIsValidJson() && document.obtainType() == COJsonValueType::Array)) return ordered;
+  if (!accept(document.getIsValidJson() && document.obtainType() == COJsonValueType::Array)) return ordered;
   forEachItem(document, [&](const COJsonValue& item) {
     const Catalog catalog{item.obtainKeyValue("catalog_id"), item.obtainKeyValue("catalog_name"),
                           arrayMember(item, "schemas")};
-    if (qxAssert(absentOrOfKind(catalog.id, COJsonValueType::String) &&
-                 absentOrOfKind(catalog.name, COJsonValueType::String) && catalog.schemas != nullptr)) {
+    if (accept(absentOrOfKind(catalog.id, COJsonValueType::String) &&
+               absentOrOfKind(catalog.name, COJsonValueType::String) && catalog.schemas != nullptr)) {
       (catalog.isNameless() ? ordered : named).push_back(catalog);
     }
   });
@@ -158,11 +160,11 @@ void forEachSchema(const Catalog& catalog, Function function) {
   forEachItem(*catalog.schemas, [&](const COJsonValue& item) {
     const Schema schema{item.obtainKeyValue("schema_id"), item.obtainKeyValue("schema_name"),
                         item.obtainKeyValue("tables"), item.obtainKeyValue("views"), item.obtainKeyValue("mviews")};
-    if (qxAssert(item.obtainType() == COJsonValueType::Object && absentOrOfKind(schema.id, COJsonValueType::String) &&
-                 absentOrOfKind(schema.name, COJsonValueType::String) &&
-                 absentOrOfKind(schema.tables, COJsonValueType::Array) &&
-                 absentOrOfKind(schema.views, COJsonValueType::Array) &&
-                 absentOrOfKind(schema.materializedViews, COJsonValueType::Array))) {
+    if (accept(item.obtainType() == COJsonValueType::Object && absentOrOfKind(schema.id, COJsonValueType::String) &&
+               absentOrOfKind(schema.name, COJsonValueType::String) &&
+               absentOrOfKind(schema.tables, COJsonValueType::Array) &&
+               absentOrOfKind(schema.views, COJsonValueType::Array) &&
+               absentOrOfKind(schema.materializedViews, COJsonValueType::Array))) {
       function(schema);
     }
   });
@@ -216,7 +218,8 @@ CMVariantMap renderCatalog(const Catalog& catalog) {
 
 /// Appends all statements, a line each, straight behind `out`: the prompt is made for every message, and lists of
 /// statements in between cost more than the rendering itself.
-void writeInstructionLines(std::string& out, const COJson& document) {
+void writeInstructionLines(std::string& out, std::string documentText) {
+  const COJson document(std::move(documentText));
   for (const Catalog& catalog : readCatalogs(document)) {
     if (catalog.name != nullptr) out.append(catalog.statement()).append("\n");
     forEachSchema(catalog, [&](const Schema& schema) {
@@ -230,6 +233,18 @@ void writeInstructionLines(std::string& out, const COJson& document) {
 
 // ---- The store.
 
+bool beginsWith(std::string_view text, std::string_view lowerCaseStart) {
+  const auto isSame = [](char wanted, char given) {
+    return wanted == (given >= 'A' && given <= 'Z' ? static_cast<char>(given - 'A' + 'a') : given);
+  };
+  return text.size() >= lowerCaseStart.size() &&
+         std::equal(lowerCaseStart.begin(), lowerCaseStart.end(), text.begin(), isSame);
+}
+
+/// What "^https?://" finds, without regard to case. Making a std::regex would write to the locale's facets, which the
+/// threads of the process share.
+bool hasScheme(std::string_view host) { return beginsWith(host, "http://") || beginsWith(host, "https://"); }
+
 bool assignText(std::string& field, const CMVariant& value) {
   if (!qxAssert(value.getValueType() == CMVariant::ValueType::String)) return false;
   field = *value.stringIfAny();
@@ -239,15 +254,15 @@ bool assignText(std::string& field, const CMVariant& value) {
 }  // namespace
 
 CMVariant ZEAAssistantProperties::obtainValue(const std::string& key) const {
-  if (key == "api_host") return apiHost;
-  if (key == "api_key") return apiKey;
-  if (key == "model") return model;
-  if (key == "use_temperature") return useTemperature ? 1 : 0;
-  if (key == "temperature") return temperature;
-  if (key == "user_instructions") return userInstructions;
-  if (key == "system_instructions") return systemInstructions;
-  if (key == "db_structure") return obtainDatabaseStructure();
-  if (key == "combined_instructions") return obtainCombinedInstructions();
+  if (key == kApiHost) return apiHost;
+  if (key == kApiKey) return apiKey;
+  if (key == kModel) return model;
+  if (key == kUseTemperature) return useTemperature ? 1 : 0;
+  if (key == kTemperature) return temperature;
+  if (key == kUserInstructions) return userInstructions;
+  if (key == kSystemInstructions) return systemInstructions;
+  if (key == kStructure) return obtainDatabaseStructure();
+  if (key == kCombinedInstructions) return obtainCombinedInstructions();
   return {};
 }
 
@@ -258,15 +273,15 @@ bool ZEAAssistantProperties::setValue(const std::string& key, const CMVariant& v
 }
 
 bool ZEAAssistantProperties::assign(const std::string& key, const CMVariant& value) {
-  if (key == "api_host") return assignHost(value);
-  if (key == "api_key") return assignText(apiKey, value);
-  if (key == "model") return assignText(model, value);
-  if (key == "use_temperature") return assignUseTemperature(value);
-  if (key == "temperature") return assignTemperature(value);
-  if (key == "user_instructions") return assignText(userInstructions, value);
-  if (key == "system_instructions") return mergeSystemInstructions(value);
-  if (key == "db_structure") return assignStructure(value);
-  if (key == "combined_instructions") return qxAssert(false);  // read only
+  if (key == kApiHost) return assignHost(value);
+  if (key == kApiKey) return assignText(apiKey, value);
+  if (key == kModel) return assignText(model, value);
+  if (key == kUseTemperature) return assignUseTemperature(value);
+  if (key == kTemperature) return assignTemperature(value);
+  if (key == kUserInstructions) return assignText(userInstructions, value);
+  if (key == kSystemInstructions) return mergeSystemInstructions(value);
+  if (key == kStructure) return assignStructure(value);
+  if (key == kCombinedInstructions) return qxAssert(false);  // read only
   return false;
 }
 
@@ -319,13 +334,12 @@ bool ZEAAssistantProperties::assignStructure(const CMVariant& value) {
 void ZEAAssistantProperties::normalizeHost(const std::string& hostText, const std::string& defaultHost, bool secure) {
   std::string candidate = qxTrimAsString(hostText);
   if (candidate.empty()) candidate = defaultHost;
-  const std::regex scheme("^https?://", std::regex::ECMAScript | std::regex::icase);
-  if (!std::regex_search(candidate, scheme)) candidate.insert(0, secure ? "https://" : "http://");
+  if (!hasScheme(candidate)) candidate.insert(0, secure ? "https://" : "http://");
   apiHost = std::move(candidate);
 }
 
 bool ZEAAssistantProperties::sendsTemperature() const {
-  return assignedKeys.count("temperature") > 0 && assignedKeys.count("use_temperature") > 0 && useTemperature;
+  return isAssigned(kTemperature) && isAssigned(kUseTemperature) && useTemperature;
 }
 
 std::string ZEAAssistantProperties::obtainDocument() const {
@@ -343,18 +357,21 @@ CMVariantList ZEAAssistantProperties::obtainDatabaseStructure() const {
 
 std::string ZEAAssistantProperties::obtainSchemaInstructions() const {
   std::string lines;
-  std::string text = obtainDocument();
-  if (text.empty()) return lines;
-  lines.reserve(text.size());  // a statement is about as long as its description
-  writeInstructionLines(lines, COJson(std::move(text)));
+  appendSchemaInstructions(lines);
   return lines;
+}
+
+void ZEAAssistantProperties::appendSchemaInstructions(std::string& out) const {
+  std::string text = obtainDocument();
+  if (!text.empty()) writeInstructionLines(out, std::move(text));
 }
 
 std::string ZEAAssistantProperties::obtainCombinedInstructions() const {
   std::string text;
   if (!userInstructions.empty()) text.append(userInstructions).append("\n\n");
   for (const auto& kv : systemInstructions) text.append(*kv.second.stringIfAny()).append("\n");
-  const std::string statements = obtainSchemaInstructions();
-  if (!statements.empty()) text.append(statements).append("\n");
+  const std::size_t begin = text.size();
+  appendSchemaInstructions(text);
+  if (text.size() > begin) text.append("\n");
   return text;
 }

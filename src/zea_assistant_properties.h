@@ -10,6 +10,17 @@
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_properties.h"
 
+/// The keys, compared byte for byte.
+inline constexpr char kApiHost[] = "api_host";
+inline constexpr char kApiKey[] = "api_key";
+inline constexpr char kModel[] = "model";
+inline constexpr char kUseTemperature[] = "use_temperature";
+inline constexpr char kTemperature[] = "temperature";
+inline constexpr char kUserInstructions[] = "user_instructions";
+inline constexpr char kSystemInstructions[] = "system_instructions";
+inline constexpr char kStructure[] = "db_structure";
+inline constexpr char kCombinedInstructions[] = "combined_instructions";
+
 /// The settings of one assistant. The adapters read the fields directly; the host reads and writes by key. The
 /// database structure is no field: its document lives as JSON text in the memory, is fetched each time it is needed,
 /// and is parsed and rendered anew.
@@ -30,6 +41,9 @@ class ZEAAssistantProperties : public IZEAProperties {
   /// Sets `apiHost`: the host text without white space at its ends, or the default host when nothing is left of it,
   /// with "https://" (`secure`) or "http://" in front unless it begins with one of the two. Nothing else is changed.
   void normalizeHost(const std::string& hostText, const std::string& defaultHost, bool secure);
+
+  /// Whether a caller has assigned the key.
+  bool isAssigned(const char* key) const { return assignedKeys.count(key) > 0; }
 
   /// Whether a request carries the temperature: a caller has assigned it and has assigned and switched on its use.
   bool sendsTemperature() const;
@@ -61,4 +75,5 @@ class ZEAAssistantProperties : public IZEAProperties {
   bool mergeSystemInstructions(const CMVariant& value);
   bool assignStructure(const CMVariant& value);
   std::string obtainDocument() const;
+  void appendSchemaInstructions(std::string& out) const;
 };

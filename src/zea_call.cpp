@@ -46,7 +46,7 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
 
   COJson body;
   writeBody(body, text);
-  const HTTP::Result result = HTTP::Post(&context_.session, chatURL(), &body, query(), {});
+  const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, query(), {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
@@ -58,7 +58,7 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
 }
 
 std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
-  const HTTP::Result result = HTTP::Get(&context_.session, listingURL(), query(), {});
+  const HTTP::Result result = HTTP::Get(&session_, listingURL(), query(), {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
@@ -108,7 +108,7 @@ void ZEACall::writeInstructions(COJsonValue& array, const char* role) const {
 }
 
 void ZEACall::writeTurns(COJsonValue& array, const std::string& text) const {
-  for (const ZEAAssistantMemoryEntry& entry : context_.memory.obtainEntries(kTurnsAskedFor)) {
+  for (const ZEAAssistantMemoryEntry& entry : memory_.obtainEntries(kTurnsAskedFor)) {
     writeTurn(*array.addArrayItem(), entry.role == ZEARoleAssistant, entry.text);
   }
   writeTurn(*array.addArrayItem(), false, text);
@@ -123,7 +123,7 @@ std::vector<std::string> ZEACall::newestFirst(std::vector<DatedModel> models) {
   return names;
 }
 
-std::string ZEACall::URLOf(const ZEAPath& path) const {
+std::string ZEACall::urlOf(const ZEAPath& path) const {
   std::vector<std::string> items = {properties.apiHost};
   items.insert(items.end(), path.begin(), path.end());
   return qxConcatURL(items);
@@ -142,7 +142,7 @@ std::unique_ptr<IZEAMessage> ZEACall::remember(const std::string& text, std::str
   const std::string& recorded = section->text;
   message->sections.reserve(1);
   message->sections.push_back(section.release());
-  context_.memory.addEntry(ZEARoleUser, text);
-  context_.memory.addEntry(ZEARoleAssistant, recorded);
+  memory_.addEntry(ZEARoleUser, text);
+  memory_.addEntry(ZEARoleAssistant, recorded);
   return message;
 }

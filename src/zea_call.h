@@ -41,7 +41,8 @@ struct ZEAAnswer {
 
 class ZEACall {
  public:
-  explicit ZEACall(const ZEACallContext& context) : properties(context.properties), context_(context) {}
+  explicit ZEACall(const ZEACallContext& context)
+      : properties(context.properties), session_(context.session), memory_(context.memory) {}
   virtual ~ZEACall() = default;
   ZEACall(const ZEACall&) = delete;
   ZEACall& operator=(const ZEACall&) = delete;
@@ -53,8 +54,8 @@ class ZEACall {
   /// Gives the provider's models, or an empty list and the text of the failure.
   std::pair<std::vector<std::string>, std::string> listModels() const;
 
-  std::string chatURL() const { return URLOf(chatPath()); }
-  std::string listingURL() const { return URLOf(listingPath()); }
+  std::string chatURL() const { return urlOf(chatPath()); }
+  std::string listingURL() const { return urlOf(listingPath()); }
 
  protected:
   // Steps of both operations.
@@ -66,7 +67,7 @@ class ZEACall {
 
   // Steps of a message, in the order in which they are called.
 
-  /// The path behind the host. Called for the request and for the text of each failure.
+  /// The path behind the host. Called for the request and for each of the library's own failure texts.
   virtual ZEAPath chatPath() const = 0;
   /// Whether a message can be sent at all. Default: when there is a model.
   virtual bool hasUsableModel() const { return !properties.model.empty(); }
@@ -116,9 +117,10 @@ class ZEACall {
   const ZEAAssistantProperties& properties;
 
  private:
-  std::string URLOf(const ZEAPath& path) const;
+  std::string urlOf(const ZEAPath& path) const;
   std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
   std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;
 
-  ZEACallContext context_;
+  CMRestSession& session_;
+  IZEAAssistantMemory& memory_;
 };

@@ -9,7 +9,16 @@ class ZEADefaultAssistantMemory final : public IZEAAssistantMemory {
  public:
   void setStructureDocument(const std::string& document) override { structureDocument = document; }
   std::string obtainStructureDocument() const override { return structureDocument; }
-  void addEntry(std::int32_t role, const std::string& text) override { entries.push_back({role, text}); }
+  /// A reply that can't be kept takes its question along: what is remembered are whole turns.
+  void addEntry(std::int32_t role, const std::string& text) override {
+    try {
+      entries.push_back({role, text});
+    } catch (...) {
+      const bool hasQuestion = !entries.empty() && entries.back().role == ZEARoleUser;
+      if (role == ZEARoleAssistant && hasQuestion) entries.pop_back();
+      throw;
+    }
+  }
   std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t /*limit*/) const override { return entries; }
 
  private:

@@ -13,9 +13,6 @@
 #include "zea_assistant_x.h"
 #include "zea_globals.h"
 
-ZEACallback gCallback = nullptr;
-CMRestGlobalSettings gRestSettings;
-
 namespace {
 
 /// Only a whole assistant takes the pool over: as long as its constructor can still throw, the pool is the caller's.

@@ -13,57 +13,18 @@
 #include "qx/qx.h"
 #include "standin/zea_standin.h"
 #include "support/raw_server.h"
+#include "support/rest_caller.h"
 #include "support/tls_identity.h"
 
 namespace {
 
+using support::Answer;
+using support::Caller;
+using support::messageOf;
+using support::okReply;
+using support::RawEnd;
 using support::RawServer;
 using support::TestAuthority;
-
-struct Answer {
-  std::int32_t code;
-  std::unique_ptr<CMRestResourceResponse> response;
-  std::string body() const { return response->getBufferString(); }
-};
-
-/// A host's side: settings, a session and a pool.
-struct Caller {
-  CMRestGlobalSettings settings;
-  CMRestSession session;
-  std::shared_ptr<QXCancelSource> cancelSource = std::make_shared<QXCancelSource>();
-  std::unique_ptr<ICSHTTPPoolCenter> pool{QX::createHTTPPoolCenter(cancelSource)};
-
-  Caller() { session.poolCenter = pool.get(); }
-  Answer get(const std::string& url, CMRestParamList query = {}, CMRestParamList headers = {}) {
-    CMRestGetRequest request;
-    request.addQueryParams(std::move(query));
-    request.addHeaderParams(std::move(headers));
-    return call(&ICSRestClient::restGet, request, url);
-  }
-  Answer post(const std::string& url, ICOJsonValue* body) {
-    CMRestPostRequest request;
-    request.updateJson(body);
-    return call(&ICSRestClient::restPost, request, url);
-  }
-  template <typename Method, typename Request>
-  Answer call(Method method, Request& request, const std::string& url) {
-    request.setURL(url);
-    ICSAppFactory* const factory = QX::obtainAppFactory();
-    const std::unique_ptr<ICSRestClient> client(
-        factory->obtainRestClientFactory()->createRestClient(factory, &settings, &session));
-    CMRestResourceResponse* response = nullptr;
-    const std::int32_t code = (client.get()->*method)(&request, &response);
-    return {code, std::unique_ptr<CMRestResourceResponse>(response)};
-  }
-};
-
-std::string messageOf(std::int32_t code) {
-  return QX::obtainAppFactory()->obtainErrorService()->obtainErrorTranslator()->translateError(code).message;
-}
-
-std::string okReply(const std::string& body) {
-  return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
 
 TEST(RestClient, SendsAPostExactlyAsItIsAskedFor) {
   RawServer server({{{okReply("{}")}}});
@@ -105,6 +66,7 @@ TEST(RestClient, EncodesWhatMayNotStandInAURL) {
       {"/a", {{"key", "A&b=c d/+%"}, {"\xC3\xA4", ""}}, "/a?key=A%26b%3Dc%20d%2F%2B%25&%C3%A4="},
       {"/a?x=1#part", {{"y", "2"}}, "/a?x=1&y=2"},
       {"?", {{"y", "2"}}, "/?y=2"},
+      {"/a", {{"key", "\t pasted \r\n"}}, "/a?key=pasted"},
   };
   for (const auto& [path, query, target] : cases) {
     RawServer server({{{okReply("")}}});
@@ -147,6 +109,7 @@ TEST(RestClient, RefusesHeadersThatWouldSmuggleAnythingAndSendsNothing) {
   caller.settings.userAgent = "a\r\nEvil: 1";
 
   EXPECT_EQ(caller.get(server.url()).code, CMRestCode::InvalidHeader);
+  EXPECT_EQ(Caller().get(server.url(), {{"key", "a\nb"}}).code, CMRestCode::InvalidHeader);
   EXPECT_TRUE(server.requests().empty());
 }
 
@@ -178,7 +141,7 @@ TEST(RestClient, KeepsOneConnectionForAHundredCalls) {
 TEST(RestClient, MakesAConnectionOfItsOwnWithoutAPoolOfTheLibrarys) {
   class ForeignPool : public ICSHTTPPoolCenter {};
   ForeignPool foreign;
-  RawServer server({{{okReply("1")}, true}, {{okReply("2")}, true}});
+  RawServer server({{{okReply("1")}, RawEnd::Silent}, {{okReply("2")}, RawEnd::Silent}});
   Caller caller;
 
   caller.session.poolCenter = nullptr;
@@ -203,7 +166,7 @@ TEST(RestClient, TellsHowATransferFailed) {
       {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 4\r\n\r\nabcd", CMRestCode::MalformedReply},
       {okReply(std::string(1000, 'a')), CMRestCode::ReplyTooLarge},
       {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n" + gzipBomb, CMRestCode::ReplyTooLarge},
-      {"HTTP/1.1 200 OK\r\n" + longHeader + longHeader + longHeader + "\r\n", CMRestCode::ReplyTooLarge},
+      {"HTTP/1.1 200 OK\r\n" + longHeader + longHeader + longHeader + "\r\n", CMRestCode::HeadersTooLarge},
       {okReply(std::string(999, 'a')), CMRestCode::Success},
       {"HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 200 OK\r\n\r\nwhole", CMRestCode::Success},
   };
@@ -223,7 +186,7 @@ TEST(RestClient, TellsHowATransferFailed) {
 }
 
 TEST(RestClient, TellsThatNobodyListensOrAnswersInTime) {
-  RawServer silent({{{""}, true}, {{}, true}});
+  RawServer silent({{{""}, RawEnd::Silent}, {{}, RawEnd::Silent}});
   Caller caller;
   const int freePort = RawServer({}).port();
 
@@ -293,8 +256,10 @@ TEST(RestClient, IgnoresTheProxyOfTheEnvironmentAndUsesThatOfTheSettings) {
     ::unsetenv("no_proxy");
   });
   Caller direct;
+  direct.settings.proxyBypass = "";
   Caller proxied;
   proxied.settings.proxyURL = proxy.url();
+  proxied.settings.proxyBypass = "";
 
   EXPECT_EQ(direct.get(server.url()).body(), "direct");
   EXPECT_EQ(proxied.get(server.url()).body(), "through the proxy");
@@ -327,7 +292,7 @@ TEST(RestClient, LosesNoCallToAConnectionThatWasClosedWhileIdle) {
 }
 
 TEST(CancelSource, EndsTheCallThatIsRunningAndNoOther) {
-  RawServer server({{{okReply("1"), ""}, true}, {{okReply("meanwhile")}}, {{okReply("3")}}});
+  RawServer server({{{okReply("1"), ""}, RawEnd::Silent}, {{okReply("meanwhile")}}, {{okReply("3")}}});
   Caller caller;
 
   caller.cancelSource->cancel();
@@ -351,7 +316,7 @@ TEST(CancelSource, EndsTheCallThatIsRunningAndNoOther) {
 
 TEST(ErrorTranslator, HasASentenceOfItsOwnForEachCode) {
   std::set<std::string> sentences;
-  for (std::int32_t code = CMRestCode::InvalidURL; code <= CMRestCode::TransferFailed + 1; ++code) {
+  for (std::int32_t code = CMRestCode::InvalidURL; code <= CMRestCode::InvalidProxy + 1; ++code) {
     EXPECT_TRUE(sentences.insert(messageOf(code)).second) << code;
   }
 

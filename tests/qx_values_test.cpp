@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+using namespace std::string_literals;
+
 TEST(Variant, ConvertsEachKindToTextAndNumbers) {
   constexpr int kSmallest = std::numeric_limits<int>::min();
   constexpr int kLargest = std::numeric_limits<int>::max();
@@ -24,6 +26,8 @@ TEST(Variant, ConvertsEachKindToTextAndNumbers) {
       {"99999999999", "99999999999", kLargest, 99999999999.0},
       {"-1e999", "-1e999", -1, -kInfinity},
       {"infinity", "infinity", 0, 0},
+      {"0e99999999999", "0e99999999999", 0, 0},
+      {"1e-99999999999", "1e-99999999999", 1, 0},
   };
   for (const auto& [value, text, integer, number] : cases) {
     EXPECT_EQ(value.stringValue(), text);
@@ -85,6 +89,10 @@ TEST(DateTime, IsReadWholeOrNotAtAll) {
       {" 2024-01-01T00:00:00Z", iso, kInvalid},
       {"2024-01-01T00:00:00", iso, kInvalid},
       {"2024-01-01", iso, kInvalid},
+      {"2024-1-1T00:00:00Z", iso, kInvalid},
+      {"2024-01-01t00:00:00z", iso, kInvalid},
+      {"2024-01-01T24:00:00Z", iso, kInvalid},
+      {"2024-01-01T00:00:00Z\0"s, iso, kInvalid},
       {"12:00", "%H:%M", kInvalid},
   };
   const std::unique_ptr<ICSDateTimeConverter> converter(

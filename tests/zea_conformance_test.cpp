@@ -124,6 +124,7 @@ TEST_P(Wire, TellsEachFailureInItsWordsAndForgetsTheQuestion) {
       {400, R"({"error":{"message":7}})", isGoogle ? "HTTP 400 Bad Request" : R"({"error":{"message":7}})"},
       {502, "<html>", isGoogle ? "HTTP 502 Bad Gateway" : "<html>"},
       {503, "", "HTTP 503 Service Unavailable"},
+      {402, R"({"error":{"message":""}})", isX ? R"({"error":{"message":""}})" : "HTTP 402 Payment Required"},
       {200, "", "Invalid response" + location},
       {200, "[1", "Invalid response" + location},
       {200, "[]", "Unsupported data format" + location},
@@ -161,20 +162,31 @@ void translate(const char* request, void* data) {
   auto* const info = static_cast<ZEACallbackLocalizationInfo*>(data);
   if (std::strcmp(request, "ZEALocalizeString") != 0) return;
   if (std::strcmp(info->sourceText, "Model is empty") == 0) std::memset(info->localizedText, 'x', 1023);
+  if (std::strcmp(info->sourceText, "Unsupported data format") == 0) std::strcpy(info->localizedText, "Format");
 }
+
+void neverAsked(const char*, void*) { ADD_FAILURE() << "a callback that was replaced"; }
 
 TEST_P(Wire, LetsTheHostTranslateTheLibrarysOwnTexts) {
   Conversation conversation(GetParam());
   if (GetParam().type == ZEAAssistantType::OLLAMA) return;  // an empty model is no failure there
+  ZEARegisterCallback(neverAsked);
   ZEARegisterCallback(translate);
 
   const std::string declined = conversation.ask("q", {200, "?"});
+  const std::string format = conversation.ask("q", {200, "{}"});
+  if (GetParam().listingTarget != nullptr) {
+    conversation.server.enqueue({200, "{}"});
+    EXPECT_EQ(conversation.assistant->obtainAvailableModels().second,
+              std::string("Format") + GetParam().listingLocation);
+  }
   set(*conversation.assistant, "model", "");
   const std::string translated = conversation.ask("q");
   ZEARegisterCallback(nullptr);
   const std::string english = conversation.ask("q");
 
   EXPECT_EQ(declined, std::string("failed: Invalid response") + GetParam().chatLocation);
+  EXPECT_EQ(format, std::string("failed: Format") + GetParam().chatLocation);
   EXPECT_EQ(translated.substr(0, 1031 + 4), "failed: " + std::string(1023, 'x') + ": p/");
   EXPECT_EQ(english.find("failed: Model is empty: p/"), 0U);
 }
@@ -244,20 +256,25 @@ TEST(Reply, IsAMessageThatOutlivesItsAssistant) {
   EXPECT_EQ(failure, "");
   EXPECT_EQ(message->obtainRole(), ZEARoleAssistant);
   EXPECT_GE(message->obtainTime(), before);
+  EXPECT_LT(message->obtainTime(), before + 3600) << "whole seconds";
   ASSERT_EQ(message->obtainSections().size(), 1U);
   EXPECT_EQ(message->obtainSections()[0]->obtainSectionType(), 0);
   EXPECT_EQ(message->obtainSections()[0]->obtainSectionText(), "fine");
 }
 
 TEST(Anthropic, SendsTheTokensThatWereAssigned) {
-  for (const int tokens : {0, -1, 77}) {
+  const std::pair<CMVariant, const char*> kCases[] = {{0, "0"}, {-1, "-1"}, {77, "77"}, {"5", "5"}, {CMVariant(), "0"}};
+  for (const auto& [value, sent] : kCases) {
     Conversation conversation(providerOf(ZEAAssistantType::ANTHROPIC));
-    set(*conversation.assistant, "max_tokens", tokens);
+    conversation.assistant->updateProperties([&, &tokens = value](IZEAProperties* live) {
+      EXPECT_EQ(live->obtainValue("max_tokens").intValue(), 1024);
+      EXPECT_TRUE(live->setValue("max_tokens", tokens));
+    });
 
     conversation.askWell("q1");
 
-    EXPECT_EQ(conversation.lastBody(), R"({"model":"m","max_tokens":)" + std::to_string(tokens) +
-                                           R"(,"messages":[{"role":"user","content":"q1"}]})");
+    EXPECT_EQ(conversation.lastBody(),
+              std::string(R"({"model":"m","max_tokens":)") + sent + R"(,"messages":[{"role":"user","content":"q1"}]})");
   }
 }
 
@@ -296,7 +313,7 @@ std::string listingOf(const Provider& provider) {
       return R"({"data":[{"object":"model","id":"c","created":5},{"object":"model","id":"a","created":2000000000},)"
              R"({"object":"x","id":"no","created":9},{"object":"model","id":"no","created":"9"},)"
              R"({"object":"model","id":"no"},{"object":"model","created":9},)"
-             R"({"created":2000000000,"id":"b","object":"model"},{"object":"model","id":"d","created":-5}]})";
+             R"({"object":"model","id":"no","created":9.0},{"created":2000000000,"id":"b","object":"model"},{"object":"model","id":"d","created":-5}]})";
   }
 }
 

@@ -1,6 +1,7 @@
 // What all assistants have in common: making and freeing them, hosts, keys, temperature, memory, properties.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <functional>
 
@@ -63,6 +64,7 @@ TEST_P(Providers, HoldTheTemperatureInTheirRangeOnceItIsAssigned) {
   EXPECT_EQ(settled(1.995), hottest == 1.0 ? 1.0 : 1.995);
   EXPECT_EQ(settled(0.5), 0.5);
   EXPECT_EQ(settled(-0.5), 0.0);
+  EXPECT_EQ(settled(std::nan("")), 0.0);
 }
 
 TEST_P(Providers, SendTheKeyWhereItBelongsAndAChangedKeyFromTheNextRequestOn) {
@@ -81,7 +83,7 @@ TEST_P(Providers, SendTheKeyWhereItBelongsAndAChangedKeyFromTheNextRequestOn) {
 
   if (GetParam().type == ZEAAssistantType::GOOGLE) {
     EXPECT_EQ(first, "/v1beta/models/m:generateContent?key=k");
-    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=%20k%202%20%0A");
+    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=k%202");
   } else if (GetParam().keyHeader == nullptr) {
     EXPECT_EQ(first + second, std::string(GetParam().chatTarget) + GetParam().chatTarget);
     EXPECT_EQ(conversation.server.requests().back().header("Authorization"), "");
@@ -173,6 +175,7 @@ TEST(Memory, OfTheLibraryKeepsAllTurnsAndTheLatestStructure) {
 }
 
 TEST(Properties, RefuseWrongKindsAndUnknownKeysAndKeepWhatTheyHad) {
+  constexpr char kStructure[] = R"([{"catalog_name":"c","schemas":[]}])";
   const struct {
     const char* key;
     CMVariant value;
@@ -201,12 +204,100 @@ TEST(Properties, RefuseWrongKindsAndUnknownKeysAndKeepWhatTheyHad) {
   for (const auto& row : kCases) {
     const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
     const Owned<IZEAProperties> properties(assistant->obtainProperties());
+    properties->setValue("db_structure", kStructure);
     const std::string before = properties->obtainValue(row.key).stringValue();
+    const bool isStructureReplaced = row.accepted && row.value.stringValue() == "{}";
 
     EXPECT_EQ(properties->setValue(row.key, row.value), row.accepted) << row.key;
     if (!row.accepted) {
       EXPECT_EQ(properties->obtainValue(row.key).stringValue(), before) << row.key;
     }
+    EXPECT_EQ(properties->obtainValue("combined_instructions").stringValue(),
+              isStructureReplaced ? "" : "USE CATALOG `c`\n\n")
+        << row.key;
+  }
+}
+
+TEST(Properties, ReadBackAsTheyWereSet) {
+  const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
+  const struct {
+    const char* key;
+    CMVariant fresh;
+    CMVariant set;
+    CMVariant read;
+  } kCases[] = {
+      {"api_key", "k", " s ", " s "},
+      {"model", "", " m\n", " m\n"},
+      {"user_instructions", "", "u", "u"},
+      {"use_temperature", 0, 2, 1},
+      {"temperature", 1.0, 0.25, 0.25},
+      {"system_instructions", CMVariantMap(), CMVariantMap{{"a", "A"}, {"b", 7}}, CMVariantMap{{"a", "A"}}},
+      {"db_structure", CMVariantList(), "[]", CMVariantList()},
+      {"unknown", CMVariant(), "x", CMVariant()},
+  };
+  const auto json = [](const CMVariant& value) {
+    return std::unique_ptr<COJson>(qxCreateCOJsonFromCMVariant(CMVariantList{value}))->obtainJsonString();
+  };
+  for (const auto& row : kCases) {
+    EXPECT_EQ(json(get(*assistant, row.key)), json(row.fresh)) << row.key;
+    set(*assistant, row.key, row.set);
+    EXPECT_EQ(json(get(*assistant, row.key)), json(row.read)) << row.key;
+  }
+}
+
+std::vector<std::string> gFailedChecks;
+
+TEST(Properties, ReportFailedChecksToDevelopersByTheirCondition) {
+  const struct {
+    const char* key;
+    CMVariant value;
+    const char* condition;
+  } kCases[] = {
+      {"model", 1, "value.getValueType() == CMVariant::ValueType::String"},
+      {"use_temperature", 1.0, "value.getValueType() == CMVariant::ValueType::Int"},
+      {"temperature", 1, "value.getValueType() == CMVariant::ValueType::Double"},
+      {"system_instructions", 1, "value.getValueType() == CMVariant::ValueType::Map"},
+      {"system_instructions", CMVariantMap{{"a", 1}}, "kv.second.getValueType() == CMVariant::ValueType::String"},
+      {"db_structure", "[", "json.getIsValidJson()"},
+      {"combined_instructions", "x", "false"},
+  };
+  const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
+  qxSetAssertionHandler([](const char* condition, const char* path, int) {
+    gFailedChecks.push_back(std::string(path) + " " + condition);
+  });
+
+  for (const auto& row : kCases) {
+    gFailedChecks.clear();
+    set(*assistant, row.key, row.value);
+    EXPECT_EQ(gFailedChecks,
+              std::vector<std::string>{std::string("src/zea_assistant_properties.cpp ") + row.condition});
+  }
+  qxSetAssertionHandler(nullptr);
+}
+
+TEST(Properties, ThatWereRejectedCountAsNeverAssigned) {
+  Conversation conversation(kProviders[0]);
+  set(*conversation.assistant, "temperature", 1);
+  set(*conversation.assistant, "use_temperature", 1);
+
+  conversation.askWell("q");
+
+  EXPECT_EQ(conversation.lastBody(), R"({"model":"m","messages":[{"role":"user","content":"q"}]})");
+}
+
+TEST(Properties, WithABlankHostSendTheKeyNowhere) {
+  // The path's first segment was taken for the host, and the key would have gone there.
+  for (const Provider& provider : kProviders) {
+    Conversation conversation(provider);
+    set(*conversation.assistant, "api_host", " ");
+
+    const std::string sentence = QX::obtainAppFactory()
+                                     ->obtainErrorService()
+                                     ->obtainErrorTranslator()
+                                     ->translateError(CMRestCode::InvalidURL)
+                                     .message;
+
+    EXPECT_EQ(conversation.ask("q"), "failed: " + sentence) << provider;
   }
 }
 
@@ -251,6 +342,10 @@ TEST(Properties, CopyIsDetachedButForTheStructure) {
   EXPECT_EQ(copy->obtainValue("temperature").doubleValue(), 9.0);
   EXPECT_EQ(get(*assistant, "combined_instructions").stringValue(), "USE CATALOG `c`\n\n");
   EXPECT_TRUE(copy->obtainValue("max_tokens").isNull());
+  const auto local = newAssistant(ZEAAssistantType::OLLAMA, "", "");
+  const Owned<IZEAProperties> localCopy(local->obtainProperties());
+  localCopy->setValue("api_host", "h");
+  EXPECT_EQ(localCopy->obtainValue("api_host").stringValue(), "http://h");
   EXPECT_FALSE(copy->setValue("max_tokens", 1));
   EXPECT_EQ(copy->obtainDescription().size(), 9U);
 }
@@ -271,7 +366,12 @@ TEST(Properties, DescribeThemselves) {
             R"("schema_name":"optional","tables":[{"name":"","fields":[{"name":"","type":""}],"pkeys":["optional"],)"
             R"("fkeys":[{"fields":[""],"ref_schema":"optional","ref_table":"","ref_fields":[""]}]}],)"
             R"("views":[null],"mviews":[null]}]}])");
-  EXPECT_EQ(plain[8], (std::pair<std::string, std::string>("combined_instructions", "string - read only")));
+  std::string others;
+  for (const auto& [key, text] : plain) others += key == "db_structure" ? "" : key + "=" + text + " ";
+  EXPECT_EQ(others,
+            "api_host=string api_key=string model=string use_temperature=boolean temperature=double "
+            "user_instructions=string system_instructions=CMVariantMap(string, string) "
+            "combined_instructions=string - read only ");
   ASSERT_EQ(anthropic.size(), 10U);
   EXPECT_EQ(anthropic[9], (std::pair<std::string, std::string>("max_tokens", "integer")));
 }

@@ -5,11 +5,25 @@
 
 namespace {
 
-/// The system prompt that an assistant makes of a document alone.
+std::string linesOf(const CMVariantMap& map) {
+  std::string lines;
+  for (const CMVariant& line : *map.at("instructions").listIfAny()) lines += *line.stringIfAny() + "\n";
+  return lines;
+}
+
+/// The system prompt that an assistant makes of a document alone. The rendered list holds the same lines.
 std::string promptOf(const std::string& document) {
   const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
   set(*assistant, "db_structure", document);
-  return get(*assistant, "combined_instructions").stringValue();
+  const std::string prompt = get(*assistant, "combined_instructions").stringValue();
+  const CMVariant rendered = get(*assistant, "db_structure");
+  std::string lines;
+  for (const CMVariant& catalog : *rendered.listIfAny()) {
+    lines += linesOf(*catalog.mapIfAny());
+    for (const CMVariant& schema : *catalog.mapIfAny()->at("schemas").listIfAny()) lines += linesOf(*schema.mapIfAny());
+  }
+  EXPECT_EQ(lines.empty() ? lines : lines + "\n", prompt);
+  return prompt;
 }
 
 /// The statement of one table, without the line feeds behind it.
@@ -93,6 +107,18 @@ TEST(Structure, ReadsBackAsTheRenderedList) {
             R"-("CREATE TABLE `shop`.`orders` (`id` int, `customer` int, PRIMARY KEY(`id`), )-"
             R"-(FOREIGN KEY(`customer`) REFERENCES `shop`.`customers`(`id`))",)-"
             R"-("CREATE VIEW `shop`.`open_orders` (`id` int)"],"schema_name":"shop"}]}])-");
+}
+
+TEST(Structure, CarriesIdsIntoTheRenderedListAlone) {
+  const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
+  set(*assistant, "db_structure",
+      R"([{"catalog_id":"c1","catalog_name":"","schemas":[{"schema_id":"s1","tables":[1]}]}])");
+  const CMVariant read = get(*assistant, "db_structure");
+  const std::unique_ptr<COJson> json(qxCreateCOJsonFromCMVariant(read));
+
+  EXPECT_EQ(json->obtainJsonString(), R"([{"catalog_id":"c1","catalog_name":"","instructions":["USE CATALOG ``"],)"
+                                      R"("schemas":[{"instructions":[""],"schema_id":"s1"}]}])");
+  EXPECT_EQ(get(*assistant, "combined_instructions").stringValue(), "USE CATALOG ``\n\n\n");
 }
 
 TEST(Structure, IsTakenAsAListOfTheSameShape) {

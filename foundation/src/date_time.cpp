@@ -7,6 +7,7 @@
 #include <locale>
 #include <memory>
 #include <sstream>
+#include <string>
 
 #include "date_time_service.h"
 
@@ -25,19 +26,23 @@ class DateTimeService final : public ICSDateTimeService {
   ICSDateTimeConverter* createDateTimeConverter() override { return new DateTimeConverter; }
 };
 
+std::string writeDate(const std::tm& fields, const std::string& format) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream << std::put_time(&fields, format.c_str());
+  return stream.str();
+}
+
 }  // namespace
 
 CODateTime* CODateTime::dateTimeFromString(const std::string& text, const std::string& format) {
   auto result = std::make_unique<CODateTime>();
-  // std::get_time takes a text that ends before its format does for a match. With the same mark behind both, only
-  // whole matches reach it.
-  constexpr char kEndMark = '\x03';
-  const std::string markedFormat = format + kEndMark;
-  std::istringstream stream(text + kEndMark);
+  std::istringstream stream(text);
   stream.imbue(std::locale::classic());
   std::tm fields{};
-  stream >> std::noskipws >> std::get_time(&fields, markedFormat.c_str());
-  if (stream.fail() || stream.peek() != std::istringstream::traits_type::eof()) return result.release();
+  stream >> std::get_time(&fields, format.c_str());
+  // std::get_time is content with a text that ends early or goes on, and with short fields.
+  if (writeDate(fields, format) != text) return result.release();
 
   const std::chrono::year_month_day day{std::chrono::year(fields.tm_year + 1900),
                                         std::chrono::month(static_cast<unsigned>(fields.tm_mon + 1)),

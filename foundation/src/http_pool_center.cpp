@@ -1,7 +1,6 @@
 #include "qx/http_pool_center.h"
 
 #include <mutex>
-#include <new>
 #include <utility>
 
 #include "qx_http_pool_center.h"
@@ -47,14 +46,15 @@ QXHTTPPoolCenter* QXHTTPPoolCenter::obtainFrom(ICSHTTPPoolCenter* pool) noexcept
 }
 
 QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool)
-    : pool_(pool != nullptr && !pool->isBusy_.exchange(true) ? pool : nullptr) {
-  CurlMulti& multi = pool_ != nullptr ? pool_->multi_ : ownMulti_;
-  if (!multi) multi.reset(curl_multi_init());
-  if (!multi) {
+    : pool_(pool != nullptr && !pool->isBusy_.exchange(true) ? pool : nullptr),
+      connections_(pool_ != nullptr ? pool_->connections_ : own_) {
+  try {
+    connections_.open();
+  } catch (...) {
     if (pool_ != nullptr) pool_->isBusy_ = false;
-    throw std::bad_alloc();
+    throw;
   }
-  if (pool_ != nullptr && pool_->cancelSource_) pool_->cancelSource_->state_->begin(multi.get());
+  if (pool_ != nullptr && pool_->cancelSource_) pool_->cancelSource_->state_->begin(connections_.multi.get());
 }
 
 QXHTTPPoolCenter::Lease::~Lease() {

@@ -7,6 +7,7 @@
 #undef BOOST_SYMBOL_VISIBLE
 #define BOOST_SYMBOL_VISIBLE
 #define BOOST_JSON_DECL inline
+#include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/detail/impl/default_resource.ipp>
 #include <boost/json/detail/impl/stack.ipp>
@@ -141,6 +142,54 @@ std::uint32_t readEscape(std::string_view text, std::size_t position) {
 constexpr bool isHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool isLowSurrogate(std::uint32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
+// Models cut texts inside a surrogate pair.
+bool repairSurrogates(std::string& text) {
+  bool isRepaired = false;
+  for (std::size_t i = text.find('\\'); i != std::string::npos; i = text.find('\\', i)) {
+    const std::uint32_t unit = readEscape(text, i);
+    if (isHighSurrogate(unit) && isLowSurrogate(readEscape(text, i + 6))) {
+      i += 12;
+    } else if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
+      text.replace(i, 6, "\\ufffd");
+      isRepaired = true;
+      i += 6;
+    } else {
+      i += 2;  // also over an escaped backslash, whose second half begins nothing
+    }
+  }
+  return isRepaired;
+}
+
+/// The position behind the string whose opening quotation mark stands at `position`.
+std::size_t skipString(std::string_view text, std::size_t position) {
+  do {
+    position = text.find_first_of("\"\\", position + 1);
+    if (position == std::string_view::npos) return position;
+  } while (text[position] == '\\' && ++position < text.size());
+  return position + 1;
+}
+
+// The parser refuses exponents that 32 bits don't hold. One of nine digits is beyond a double's range as well, and
+// with zeros in front of it the text keeps its length.
+bool repairExponents(std::string& text) {
+  constexpr std::size_t kKeptDigits = 9;
+  bool isRepaired = false;
+  for (std::size_t i = text.find_first_of("\"eE"); i < text.size(); i = text.find_first_of("\"eE", i)) {
+    if (text[i] == '"') {
+      i = skipString(text, i);
+      continue;
+    }
+    if (++i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+    const std::size_t begin = i;
+    i = std::min(text.find_first_not_of("0123456789", i), text.size());
+    if (i - begin <= kKeptDigits || text.find_first_not_of('0', begin) >= i - kKeptDigits) continue;
+    text.replace(begin, i - begin - kKeptDigits, i - begin - kKeptDigits, '0');
+    text.replace(i - kKeptDigits, kKeptDigits, kKeptDigits, '9');
+    isRepaired = true;
+  }
+  return isRepaired;
+}
+
 }  // namespace
 
 bool qxParseJson(COJsonArena& arena, COJsonArena::Node& root) {
@@ -159,19 +208,7 @@ bool qxParseJson(COJsonArena& arena, COJsonArena::Node& root) {
   return true;
 }
 
-bool qxRepairSurrogates(std::string& text) {
-  bool isRepaired = false;
-  for (std::size_t i = text.find('\\'); i != std::string::npos; i = text.find('\\', i)) {
-    const std::uint32_t unit = readEscape(text, i);
-    if (isHighSurrogate(unit) && isLowSurrogate(readEscape(text, i + 6))) {
-      i += 12;
-    } else if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
-      text.replace(i, 6, "\\ufffd");
-      isRepaired = true;
-      i += 6;
-    } else {
-      i += 2;  // also over an escaped backslash, whose second half begins nothing
-    }
-  }
-  return isRepaired;
+bool qxRepairJson(std::string& text) {
+  const bool hasSurrogates = repairSurrogates(text);
+  return repairExponents(text) || hasSurrogates;
 }

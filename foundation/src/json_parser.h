@@ -9,5 +9,7 @@
 /// is well-formed; otherwise `root` is unchanged and what lies in the arena is of no use.
 bool qxParseJson(COJsonArena& arena, COJsonArena::Node& root);
 
-/// Turns each unpaired surrogate escape into "\ufffd" and tells whether there was one.
-bool qxRepairSurrogates(std::string& text);
+/// Changes, within the length of the text, what can be understood although the parser refuses it: unpaired surrogate
+/// escapes become "\ufffd", exponents that 32 bits don't hold become the largest of nine digits. Tells whether there
+/// was any.
+bool qxRepairJson(std::string& text);

@@ -161,10 +161,10 @@ COJson::COJson() : arena_(std::make_unique<COJsonArena>()) {
 
 COJson::COJson(std::string text) : arena_(std::make_unique<COJsonArena>(std::move(text))) {
   if (qxParseJson(*arena_, node_)) return;
-  // Models cut texts inside a surrogate pair; the reply around it is worth keeping.
+  // For the sake of one character or number a user would lose the reply around it.
   text = arena_->releaseText();
   arena_.reset();
-  if (qxRepairSurrogates(text)) {
+  if (qxRepairJson(text)) {
     arena_ = std::make_unique<COJsonArena>(std::move(text));
     if (qxParseJson(*arena_, node_)) return;
     arena_.reset();

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "curl_handle.h"
+#include "kept_sockets.h"
 #include "qx/http_pool_center.h"
 
 /// One libcurl multi handle: it owns the connections. It is made by the first call, so that libcurl sleeps in a process
@@ -29,7 +29,7 @@ class QXHTTPPoolCenter final : public ICSHTTPPoolCenter {
   std::shared_ptr<QXCancelSource> cancelSource_;
   std::atomic<bool> isBusy_ = false;
   std::atomic<std::int32_t> lastCode_ = 0;
-  CurlMulti multi_;
+  KeptConnections connections_;
 };
 
 /// The right to drive a multi handle for the length of one call: the pool's, or one of its own where there is no pool
@@ -42,10 +42,12 @@ class QXHTTPPoolCenter::Lease {
   Lease(const Lease&) = delete;
   Lease& operator=(const Lease&) = delete;
 
-  CURLM* obtainMulti() const noexcept { return ownMulti_ ? ownMulti_.get() : pool_->multi_.get(); }
+  CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
+  KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
   bool isCancelled() const noexcept;
 
  private:
   QXHTTPPoolCenter* pool_;  // null without the pool's multi handle
-  CurlMulti ownMulti_;
+  KeptConnections own_;
+  KeptConnections& connections_;
 };

@@ -5,7 +5,6 @@
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -13,69 +12,44 @@
 
 #include "certificate_store.h"
 #include "qx/rest_error.h"
+#include "reply_receiver.h"
 #include "rest_outcome.h"
 
 namespace {
 
-// Far above what servers send; it only keeps an endless header block from filling the memory.
-constexpr std::size_t kMaxHeadBytes = 256U * 1024U;
+// libcurl itself gives up a head that is a little larger.
+constexpr std::uint64_t kMostHeaderBytes = 256U * 1024U;
 // The call is woken for everything that matters to it; this is how long a lost waking would delay it.
 constexpr int kPollMs = 1000;
 constexpr long kMaxIdleSeconds = 30;
 
 /// Where libcurl's callbacks keep what they see. No exception leaves them: libcurl could not pass it on.
 struct Transfer {
-  CURL* easy = nullptr;
-  std::uint64_t maxBodyBytes = 0;
-  std::string_view unsent;
-  std::string body;
-  std::size_t headBytes = 0;
-  bool hasWholeHead = false;
-  bool isTooLarge = false;
-  bool isOutOfMemory = false;
+  explicit Transfer(const CMRestGlobalSettings& settings)
+      : reply(std::min(settings.maxHeaderBytes, kMostHeaderBytes), settings.maxResponseBytes),
+        hasProxy(!settings.proxyURL.empty()) {}
+
+  ReplyReceiver reply;
+  bool hasProxy;
+  bool hasStarted = false;
 };
 
-std::size_t readBody(char* target, std::size_t size, std::size_t count, void* userData) {
-  std::string_view& unsent = static_cast<Transfer*>(userData)->unsent;
-  const std::size_t length = std::min(size * count, unsent.size());
-  std::memcpy(target, unsent.data(), length);
-  unsent.remove_prefix(length);
-  return length;
-}
-
 std::size_t writeHeader(char* data, std::size_t size, std::size_t count, void* userData) {
-  auto& transfer = *static_cast<Transfer*>(userData);
   const std::string_view line(data, size * count);
-  transfer.headBytes += line.size();
-  if (transfer.headBytes > kMaxHeadBytes) {
-    transfer.isTooLarge = true;
-    return 0;
-  }
-  if (line.substr(0, 5) == "HTTP/") transfer.hasWholeHead = false;  // the head behind a preliminary one
-  if (line == "\r\n" || line == "\n") transfer.hasWholeHead = true;
-  return line.size();
+  return static_cast<Transfer*>(userData)->reply.takeHeaderLine(line) ? line.size() : 0;
 }
 
 std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* userData) {
+  const std::string_view piece(data, size * count);
+  return static_cast<Transfer*>(userData)->reply.takeBody(piece) ? piece.size() : CURL_WRITEFUNC_ERROR;
+}
+
+// When a kept connection dies libcurl would send the request again on a new one, although the server may have read it.
+int allowOneStart(void* userData, char* /*remote*/, char* /*local*/, int /*remotePort*/, int /*localPort*/) {
   auto& transfer = *static_cast<Transfer*>(userData);
-  const std::size_t length = size * count;
-  if (length > transfer.maxBodyBytes - transfer.body.size()) {
-    transfer.isTooLarge = true;
-    return CURL_WRITEFUNC_ERROR;
-  }
-  try {
-    curl_off_t announced = 0;
-    if (transfer.body.empty() &&
-        curl_easy_getinfo(transfer.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced) == CURLE_OK && announced > 0 &&
-        static_cast<std::uint64_t>(announced) <= transfer.maxBodyBytes) {
-      transfer.body.reserve(static_cast<std::size_t>(announced));
-    }
-    transfer.body.append(data, length);
-    return length;
-  } catch (...) {
-    transfer.isOutOfMemory = true;
-    return CURL_WRITEFUNC_ERROR;
-  }
+  if (transfer.hasStarted) return CURL_PREREQFUNC_ABORT;
+  transfer.hasStarted = true;
+  return CURL_PREREQFUNC_OK;
 }
 
 // libcurl looks at the first error that OpenSSL has queued, and where a signature is wrong that is one of arithmetic:
@@ -141,7 +115,7 @@ void setTransportOptions(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
   // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
   easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
-  easy.set(CURLOPT_NOPROXY, "");
+  easy.set(CURLOPT_NOPROXY, settings.proxyBypass.c_str());
   easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
 
   easy.set(CURLOPT_NOSIGNAL, 1L);
@@ -162,21 +136,17 @@ void setRequestOptions(CurlEasy& easy, const RestCall& call, Transfer& transfer)
   easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
   easy.set(CURLOPT_HTTPHEADER, call.headerLines.get());
   easy.set(CURLOPT_ACCEPT_ENCODING, "gzip");
+  easy.set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
   easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
   easy.set(CURLOPT_HEADERDATA, &transfer);
   easy.set(CURLOPT_WRITEFUNCTION, writeBody);
   easy.set(CURLOPT_WRITEDATA, &transfer);
   if (!call.postBody) return;
 
-  transfer.unsent = *call.postBody;
-  easy.set(CURLOPT_POST, 1L);
-  // From memory libcurl would send a body again on a new connection when a kept one dies, although the server may have
-  // read it. It cannot rewind what a callback gave it.
-  easy.set(CURLOPT_READFUNCTION, readBody);
-  easy.set(CURLOPT_READDATA, &transfer);
   easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(call.postBody->size()));
-  // An empty body needs no rewinding, so only a new connection keeps libcurl from sending it twice.
-  if (call.postBody->empty()) easy.set(CURLOPT_FRESH_CONNECT, 1L);
+  easy.set(CURLOPT_POSTFIELDS, call.postBody->c_str());
+  easy.set(CURLOPT_PREREQFUNCTION, allowOneStart);
+  easy.set(CURLOPT_PREREQDATA, &transfer);
 }
 
 /// An easy handle's stay in a multi handle.
@@ -219,15 +189,16 @@ bool isChainTrusted(long verdict) { return verdict == X509_V_OK || verdict == X5
 
 RestOutcome describe(const CurlEasy& easy, const Transfer& transfer, CURLcode result) {
   RestOutcome outcome;
+  outcome.hasProxy = transfer.hasProxy;
   outcome.result = result;
   outcome.status = easy.obtainInfo<long>(CURLINFO_RESPONSE_CODE);
-  outcome.proxyStatus = easy.obtainInfo<long>(CURLINFO_HTTP_CONNECTCODE);
   outcome.isConnected = easy.obtainInfo<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) > 0;
   outcome.isChainTrusted = isChainTrusted(easy.obtainInfo<long>(CURLINFO_SSL_VERIFYRESULT)) &&
                            isChainTrusted(easy.obtainInfo<long>(CURLINFO_PROXY_SSL_VERIFYRESULT));
-  outcome.hasReplyBegun = transfer.headBytes > 0;
-  outcome.hasWholeHead = transfer.hasWholeHead;
-  outcome.isTooLarge = transfer.isTooLarge;
+  outcome.hasReplyBegun = transfer.reply.hasBegun();
+  outcome.hasWholeHead = transfer.reply.hasWholeHead();
+  outcome.isWholePacking = transfer.reply.isWholePacking();
+  outcome.fault = transfer.reply.obtainFault();
   return outcome;
 }
 
@@ -241,22 +212,22 @@ bool initializeCurl() {
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool);
-  Transfer transfer;
+  Transfer transfer(settings);
   CurlEasy easy;
-  transfer.easy = easy.get();
-  transfer.maxBodyBytes = settings.maxResponseBytes;
   setTransportOptions(easy, settings);
   setTLSOptions(easy, settings);
   setRequestOptions(easy, call, transfer);
+  lease.obtainSockets().serve(easy);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
+  lease.obtainSockets().cutOffSpoilt();
   const Attachment attachment(lease.obtainMulti(), easy.get());
   if (!attachment.isAttached()) return {CMRestCode::TransferFailed, {}};
 
   const std::optional<CURLcode> result = drive(lease);
 
-  if (transfer.isOutOfMemory) throw std::bad_alloc();
+  if (transfer.reply.obtainFault() == ReplyFault::OutOfMemory) throw std::bad_alloc();
   if (!result) return {CMRestCode::Cancelled, {}};
   const std::int32_t code = obtainRestCode(describe(easy, transfer, *result));
   const bool isWhole = code == CMRestCode::Success || code >= kFirstHTTPStatus;
-  return {code, isWhole ? std::move(transfer.body) : std::string()};
+  return {code, isWhole ? transfer.reply.releaseBody() : std::string()};
 }

@@ -1,5 +1,6 @@
 #include "qx/rest_client.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -18,12 +19,20 @@ namespace {
 constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
 constexpr std::string_view kJsonContentType = " application/json";
 
+// Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
+bool areSendable(const CMRestParamList& query) {
+  return std::all_of(query.begin(), query.end(),
+                     [](const auto& param) { return isHeaderValue(qxTrimAsString(param.second)); });
+}
+
 /// The request as it is going to be sent, or the code of what is wrong with it.
 std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session, const CMRestGlobalSettings& settings,
                      std::string_view contentType, RestCall& call) {
   std::optional<std::string> url = createURL(request.obtainURL(), request.obtainQueryParams());
   if (!url) return CMRestCode::InvalidURL;
   call.url = *std::move(url);
+  if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
+  if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
   const CMRestParamList noHeaders;
   std::optional<CurlList> lines = createHeaderLines(session != nullptr ? session->obtainHeaderParams() : noHeaders,
                                                     request.obtainHeaderParams(), contentType);

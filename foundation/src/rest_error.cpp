@@ -21,11 +21,13 @@ constexpr std::array kSentences = {
     Text{CMRestCode::Success, ""},
     Text{CMRestCode::InvalidURL, "The address is no valid http or https URL; check the host."},
     Text{CMRestCode::InvalidHeader,
-         "A header holds a line break or another control character, so nothing was sent; check the API key."},
+         "A header or parameter holds a line break or another control character, so nothing was sent; check the API "
+         "key."},
     Text{CMRestCode::NameNotFound, "The host's name was not found; check its spelling and the network connection."},
     Text{CMRestCode::ProxyNameNotFound, "The proxy's name was not found; check the proxy settings."},
     Text{CMRestCode::ConnectionRefused,
-         "No connection could be made to the host; check that its address and port are right and that it is running."},
+         "No connection could be made; check that the host's address and port are right and that it is running, and "
+         "the proxy settings if there is a proxy."},
     Text{CMRestCode::ConnectTimedOut,
          "The host did not accept a connection in time; check its address and the network connection."},
     Text{CMRestCode::RequestTimedOut, "The server did not answer in time; try again or allow it more time."},
@@ -39,13 +41,15 @@ constexpr std::array kSentences = {
     Text{CMRestCode::CAFileUnreadable,
          "The file of trusted certificate authorities could not be read; check the path of the CA file."},
     Text{CMRestCode::ClosedBeforeReply, "The server closed the connection before it answered; try again."},
-    Text{CMRestCode::ClosedInsideReply, "The connection ended in the middle of the server's answer; try again."},
+    Text{CMRestCode::ClosedInsideReply, "The server's answer broke off or could not be read to its end; try again."},
     Text{CMRestCode::MalformedReply,
          "The server's answer is no readable HTTP; check that the address is that of an HTTP service."},
     Text{CMRestCode::ReplyTooLarge, "The server's answer is larger than the settings allow."},
     Text{CMRestCode::Cancelled, "The request was cancelled."},
     Text{CMRestCode::ProxyRefused, "The proxy refused to connect to the host; check the proxy settings."},
     Text{CMRestCode::SendFailed, "The connection ended while the request was being sent; try again."},
+    Text{CMRestCode::HeadersTooLarge, "The headers of the server's answer are larger than the settings allow."},
+    Text{CMRestCode::InvalidProxy, "The proxy's address is no valid http or https URL; check the proxy settings."},
     Text{CMRestCode::TransferFailed, "The request failed in the transfer; try again."},
 };
 constexpr std::string_view kUnknownCode = "The request failed for an unknown reason.";
@@ -157,14 +161,20 @@ class ErrorService final : public ICSErrorService {
 
 std::int32_t obtainStatusCode(const RestOutcome& outcome) noexcept {
   if (!outcome.hasReplyBegun) return CMRestCode::ClosedBeforeReply;
-  // libcurl is content with a reply that ends between two of its headers, or behind a preliminary one.
-  if (!outcome.hasWholeHead || outcome.status < 200) return CMRestCode::ClosedInsideReply;
+  // libcurl is content with a reply that ends between two of its headers or behind a preliminary one, and
+  // doesn't know about the packing.
+  if (!outcome.hasWholeHead || outcome.status < 200 || !outcome.isWholePacking) return CMRestCode::ClosedInsideReply;
   return outcome.status < 300 ? std::int32_t{CMRestCode::Success} : static_cast<std::int32_t>(outcome.status);
 }
 
 std::int32_t obtainReceiveCode(const RestOutcome& outcome) noexcept {
-  if (outcome.proxyStatus != 0 && !outcome.isConnected) return CMRestCode::ProxyRefused;
+  if (outcome.hasProxy && !outcome.isConnected) return CMRestCode::ProxyRefused;
   return outcome.hasReplyBegun ? CMRestCode::ClosedInsideReply : CMRestCode::ClosedBeforeReply;
+}
+
+std::int32_t obtainFaultCode(ReplyFault fault) noexcept {
+  if (fault == ReplyFault::HeadersTooLarge) return CMRestCode::HeadersTooLarge;
+  return fault == ReplyFault::BodyTooLarge ? CMRestCode::ReplyTooLarge : CMRestCode::MalformedReply;
 }
 
 }  // namespace
@@ -185,13 +195,16 @@ std::int32_t obtainRestCode(const RestOutcome& outcome) noexcept {
       return outcome.isConnected ? CMRestCode::RequestTimedOut : CMRestCode::ConnectTimedOut;
     case CURLE_PEER_FAILED_VERIFICATION:
       return outcome.isChainTrusted ? CMRestCode::CertificateName : CMRestCode::UnknownAuthority;
+    case CURLE_ABORTED_BY_CALLBACK:  // a kept connection died before a reply had begun, and a body is not sent twice
+      return CMRestCode::ClosedBeforeReply;
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
     case CURLE_RECV_ERROR:
-    case CURLE_SEND_FAIL_REWIND:  // the connection died, and a body is not sent twice
       return obtainReceiveCode(outcome);
     case CURLE_WRITE_ERROR:
-      return outcome.isTooLarge ? CMRestCode::ReplyTooLarge : CMRestCode::MalformedReply;
+      return obtainFaultCode(outcome.fault);
+    case CURLE_OUT_OF_MEMORY:  // that is also what libcurl calls a single header of more than 100 kB
+      return outcome.isConnected && !outcome.hasWholeHead ? CMRestCode::HeadersTooLarge : CMRestCode::TransferFailed;
     default:
       const auto* const found = std::find_if(kPlainCodes.begin(), kPlainCodes.end(),
                                              [&outcome](const auto& pair) { return pair.first == outcome.result; });

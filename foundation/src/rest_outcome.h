@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "reply_receiver.h"
+
 /// From here on a code is the status of a reply that came whole.
 inline constexpr std::int32_t kFirstHTTPStatus = 100;
 
@@ -12,12 +14,13 @@ inline constexpr std::int32_t kFirstHTTPStatus = 100;
 struct RestOutcome {
   CURLcode result = CURLE_OK;
   long status = 0;             // of the reply; 0 before there is one
-  long proxyStatus = 0;        // of the proxy's answer to the wish for a tunnel; 0 when there was none
+  bool hasProxy = false;       // a proxy may have stood between
   bool isConnected = false;    // the request could begin
   bool isChainTrusted = true;  // false when the certificate's chain was refused, whatever its name
   bool hasReplyBegun = false;  // something of the reply was received
   bool hasWholeHead = false;   // the reply's header block came with its final line
-  bool isTooLarge = false;     // given up because of the reply's size
+  bool isWholePacking = true;  // the body isn't packed, or came up to the end of its packing
+  ReplyFault fault = ReplyFault::None;
 };
 
 /// The code of a call that ended like this: the one place where libcurl's codes and HTTP statuses become ours.

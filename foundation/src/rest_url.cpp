@@ -5,10 +5,12 @@
 #include <string_view>
 
 #include "curl_handle.h"
+#include "qx/text.h"
 #include "rest_headers.h"
 
 namespace {
 
+constexpr std::string_view kSeparator = "://";
 // What stands for itself everywhere, beside letters and digits; and what may stand in a path or a query.
 constexpr std::string_view kUnreserved = "-._~";
 constexpr std::string_view kPathAndQuery = "-._~/?:@!$&'()*+,;=";
@@ -64,34 +66,47 @@ void appendQuery(std::string& target, const CMRestParamList& query) {
     }
     appendEncoded(target, name, kUnreserved);
     target += '=';
-    appendEncoded(target, value, kUnreserved);
+    appendEncoded(target, qxTrimAsString(value), kUnreserved);
   }
 }
 
-bool isReadable(const std::string& url) {
+bool isReadable(const std::string& url, unsigned flags) {
   const CurlURL parsed(curl_url());
   if (!parsed) throw std::bad_alloc();
-  return curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
+  return curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), flags) == CURLUE_OK;
+}
+
+bool isHTTPScheme(std::string_view scheme) noexcept {
+  return isSameIgnoringCase(scheme, "http") || isSameIgnoringCase(scheme, "https");
 }
 
 }  // namespace
 
+bool isProxyURL(const std::string& url) {
+  if (url.find('\0') != std::string::npos) return false;
+  const std::size_t schemeEnd = url.find(kSeparator);
+  if (schemeEnd != std::string::npos && !isHTTPScheme(std::string_view(url).substr(0, schemeEnd))) return false;
+  return isReadable(url, CURLU_GUESS_SCHEME);
+}
+
 std::optional<std::string> createURL(const std::string& url, const CMRestParamList& query) {
-  constexpr std::string_view kSeparator = "://";
   const std::string_view text = url;
   const std::size_t schemeEnd = text.find(kSeparator);
   if (schemeEnd == std::string_view::npos) return std::nullopt;
-  const std::string_view scheme = text.substr(0, schemeEnd);
-  if (!isSameIgnoringCase(scheme, "http") && !isSameIgnoringCase(scheme, "https")) return std::nullopt;
+  if (!isHTTPScheme(text.substr(0, schemeEnd))) return std::nullopt;
 
   const std::size_t hostBegin = schemeEnd + kSeparator.size();
   const std::size_t pathBegin = std::min(text.find_first_of("/?#", hostBegin), text.size());
   if (pathBegin == hostBegin) return std::nullopt;  // libcurl would take the path's first segment for the host
-  // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading.
-  if (text.substr(0, pathBegin).find('\0') != std::string_view::npos) return std::nullopt;
+  // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading,
+  // and an escaped delete character, which it would send unescaped.
   std::string result(text.substr(0, pathBegin));
+  if (result.find('\0') != std::string::npos || result.find("%7F") != std::string::npos ||
+      result.find("%7f") != std::string::npos) {
+    return std::nullopt;
+  }
   appendPathAndQuery(result, text.substr(pathBegin, std::min(text.find('#', pathBegin), text.size()) - pathBegin));
   appendQuery(result, query);
-  if (!isReadable(result)) return std::nullopt;
+  if (!isReadable(result, 0)) return std::nullopt;
   return result;
 }

@@ -11,7 +11,8 @@ std::string qxConcatURL(const std::vector<std::string>& items) {
   std::string url;
   bool isFirst = true;
   for (const std::string& item : items) {
-    if (!isFirst && !url.ends_with('/')) url += '/';
+    // Behind a bare scheme a missing "/" would make the path's first segment the host, and send the key there.
+    if (!isFirst && (!url.ends_with('/') || url.ends_with("://"))) url += '/';
     url += item;
     isFirst = false;
   }

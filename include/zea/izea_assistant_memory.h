@@ -32,7 +32,8 @@ class IZEAAssistantMemory : public IZEAObject {
   virtual std::string obtainStructureDocument() const = 0;
 
   /// Appends a turn. Called twice after each answered message, for the user's text and for the reply's, which may be
-  /// empty; never for a message that failed.
+  /// empty; never for a message that failed. When the second call throws, the first turn stays: an implementation that
+  /// can fail keeps a user's turn aside until the reply's has come.
   virtual void addEntry(std::int32_t role, const std::string& text) = 0;
 
   /// The turns to send with the next message, oldest first. The library passes 20 and sends all that it gets: an

@@ -26,8 +26,9 @@
 // provider has answered. One thread at a time may use an assistant, its properties and its memory; different
 // assistants are independent of each other. The library starts no thread.
 //
-// Failures arrive as a text for the user, never as an exception; the only exceptions are `std::bad_alloc` and, from
-// `updateProperties` with an empty function, `std::bad_function_call`.
+// Failures arrive as a text for the user, never as an exception. The library itself throws `std::bad_alloc` and, from
+// `updateProperties` with an empty function, `std::bad_function_call`; what a host's own function or memory throws
+// passes through it.
 //
 // The interfaces pass classes of the standard library, so host and library are built against the same one.
 #pragma once

@@ -1,50 +1,79 @@
 // A server on a free port of the loopback interface that knows no HTTP: it answers with the bytes that a test gives.
 #pragma once
 
+#include <openssl/types.h>
+
 #include <condition_variable>
 #include <cstddef>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "standin/zea_standin.h"
+
 namespace support {
 
-/// What becomes of one connection: a reply to each request in turn, of any bytes or none; then it is closed.
+class RawChannel;  // a client's connection, plain or inside TLS
+
+enum class RawEnd {
+  Close,   // in good order
+  Break,   // without TLS being told; in plain as above
+  Reset,   // what is under way is thrown away
+  Silent,  // nothing more is said until the client closes
+  Deaf,    // nothing more is said or read until this server goes
+  Drain,   // nothing more is said, and all is read until the client closes
+};
+
+/// What becomes of one connection: a reply to each request in turn, of any bytes or none, and then the end.
 struct RawConnection {
   std::vector<std::string> replies;
-  bool isHeldOpen = false;  // instead of closing, nothing is said any more until the client closes
+  RawEnd end = RawEnd::Close;
+  std::string repeated = {};     // sent behind the replies, until the client has had enough
+  bool isSlow = false;           // with a pause between
+  bool isByteByByte = false;     // a reply's bytes are sent one at a time
+  bool isEarly = false;          // a request is replied to as soon as its head is there; its body isn't read
+  std::string tunnelReply = {};  // to a first request in plain text, before TLS begins
 };
 
 /// Serves from construction to destruction, the connections by the script in the order of their arrival. One beyond the
 /// script is closed behind its first request.
 class RawServer {
  public:
-  explicit RawServer(std::vector<RawConnection> script);
+  explicit RawServer(std::vector<RawConnection> script) : RawServer(std::move(script), nullptr) {}
+  /// Over TLS, in the versions up to `newestVersion`, such as `TLS1_1_VERSION`; 0: all.
+  RawServer(std::vector<RawConnection> script, const standin::TlsIdentity* identity, int newestVersion = 0);
   ~RawServer();
   RawServer(const RawServer&) = delete;
   RawServer& operator=(const RawServer&) = delete;
 
   int port() const { return port_; }
   /// Such as "http://127.0.0.1:40123".
-  std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
-  /// All whole requests so far, head and body as received.
+  std::string url() const { return (context_ ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port_); }
+  /// All requests so far, head and body as received; the head alone where the reply is early.
   std::vector<std::string> requests() const;
   /// Wait until that many requests have been read, that many connections been closed by this side.
   void waitForRequests(std::size_t count);
   void waitForClosed(std::size_t count);
+  /// Sends more to the client that connected last, whose connection is silent by now.
+  void say(const std::string& bytes);
 
  private:
   void run(const std::vector<RawConnection>& script);
   void serve(int client, const RawConnection& connection);
-  void talk(int client, const RawConnection& connection);
-  bool readRequest(int client, std::string& received);
-  bool isReadable(int socket) const;
+  void talk(RawChannel& channel, const RawConnection& connection);
+  bool readRequest(const RawChannel& channel, std::string& received, bool isHeadEnough);
+  void finish(const RawChannel& channel, RawEnd end) const;
+  bool isReadable(int socket, short events, int milliseconds = -1) const;
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<std::string> requests_;
+  RawChannel* latest_ = nullptr;
+  bool isReplying_ = false;
   std::size_t closedCount_ = 0;
+  std::shared_ptr<SSL_CTX> context_;
   int listener_ = -1;
   int stop_ = -1;
   int port_ = 0;

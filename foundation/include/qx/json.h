@@ -67,9 +67,8 @@ class QX_API COJsonValue {
   COJsonValue* addArrayItem();
 
   /// Give a new value its content. REQUIRES: a new value, and for `setAsArray` a new one or an object without members;
-  /// otherwise nothing changes and an assertion fails. Texts
-  /// are copied. A number that is not finite is written as null, a finite one so that it reads back exactly and is
-  /// recognisable as floating point (1.0).
+  /// otherwise nothing changes and an assertion fails. Texts are copied. A number that is not finite is written as
+  /// null, a finite one so that it reads back exactly and is recognisable as floating point (1.0).
   void setAsArray();
   void setStringValue(std::string_view value);
   void setIntValue(std::int32_t value);

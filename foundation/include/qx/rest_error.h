@@ -12,10 +12,10 @@ namespace CMRestCode {
 enum : std::int32_t {
   Success = 0,
   InvalidURL = 1,          // empty, unreadable, or of a scheme other than http and https
-  InvalidHeader = 2,       // a line break, NUL or other control character inside a header
+  InvalidHeader = 2,       // a control character, such as a line break, inside a header or a query parameter
   NameNotFound = 3,        // the host's name could not be resolved
   ProxyNameNotFound = 4,   // the proxy's name could not be resolved
-  ConnectionRefused = 5,   // nothing listens there, or the host cannot be reached
+  ConnectionRefused = 5,   // nothing listens there, or host or proxy cannot be reached
   ConnectTimedOut = 6,     // no connection within `connectTimeoutMs`
   RequestTimedOut = 7,     // no whole reply within `requestTimeoutMs`
   UnknownAuthority = 8,    // the certificate is signed by nobody who is trusted, or is out of date
@@ -30,6 +30,8 @@ enum : std::int32_t {
   ProxyRefused = 17,       // the proxy did not open the way
   SendFailed = 18,         // the request could not be sent whole
   TransferFailed = 19,     // everything else
+  HeadersTooLarge = 20,    // more than `maxHeaderBytes`
+  InvalidProxy = 21,       // `proxyURL` is unreadable, or of a scheme other than http and https
 };
 }  // namespace CMRestCode
 

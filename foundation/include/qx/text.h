@@ -12,6 +12,6 @@
 QX_API std::string qxTrimAsString(std::string_view text);
 
 /// One URL of the items in order, with a "/" between two items. The first item is the base with its scheme; a "/"
-/// that already stands at the end of an item is not doubled. Nothing is percent-encoded here: the REST client does
-/// that for what may not stand in a URL. An empty list gives an empty text.
+/// that already stands at the end of an item is not doubled, unless it belongs to a scheme without a host. Nothing is
+/// percent-encoded here: the REST client does that for what may not stand in a URL. An empty list gives an empty text.
 QX_API std::string qxConcatURL(const std::vector<std::string>& items);

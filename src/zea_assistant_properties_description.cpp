@@ -49,13 +49,13 @@ std::string describeStructure() {
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> ZEAAssistantProperties::obtainDescription() const {
-  return {{"api_host", "string"},
-          {"api_key", "string"},
-          {"model", "string"},
-          {"use_temperature", "boolean"},
-          {"temperature", "double"},
-          {"user_instructions", "string"},
-          {"system_instructions", "CMVariantMap(string, string)"},
-          {"db_structure", "CMVariant - " + describeStructure()},
-          {"combined_instructions", "string - read only"}};
+  return {{kApiHost, "string"},
+          {kApiKey, "string"},
+          {kModel, "string"},
+          {kUseTemperature, "boolean"},
+          {kTemperature, "double"},
+          {kUserInstructions, "string"},
+          {kSystemInstructions, "CMVariantMap(string, string)"},
+          {kStructure, "CMVariant - " + describeStructure()},
+          {kCombinedInstructions, "string - read only"}};
 }

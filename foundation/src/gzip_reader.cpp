@@ -1,0 +1,40 @@
+#include "gzip_reader.h"
+
+namespace {
+
+constexpr int kGzipOnly = 16 + MAX_WBITS;
+
+}  // namespace
+
+GzipReader::~GzipReader() {
+  // Its result only tells whether data were left over.
+  if (isBegun_) static_cast<void>(inflateEnd(&stream_));
+}
+
+bool GzipReader::begin(std::string_view packed) noexcept {
+  if (!isBegun_) {
+    if (inflateInit2(&stream_, kGzipOnly) != Z_OK) return false;
+    isBegun_ = true;
+  }
+  // zlib doesn't write to its input, whatever the type of the pointer.
+  stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
+  stream_.avail_in = static_cast<uInt>(packed.size());
+  stream_.avail_out = kPieceBytes;
+  return true;
+}
+
+std::string_view GzipReader::unpackPiece() noexcept {
+  // A text may be packed in several parts, one behind the other.
+  if (isEnded_ && stream_.avail_in > 0) {
+    isDamaged_ = inflateReset(&stream_) != Z_OK;
+    isEnded_ = false;
+  }
+  stream_.next_out = reinterpret_cast<Bytef*>(piece_);
+  stream_.avail_out = kPieceBytes;
+  if (isEnded_ || isDamaged_) return {};
+  const int result = inflate(&stream_, Z_NO_FLUSH);
+  isEnded_ = result == Z_STREAM_END;
+  // There is nothing to be done where the last piece ended with the last byte of the input.
+  isDamaged_ = result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR;
+  return {piece_, kPieceBytes - stream_.avail_out};
+}

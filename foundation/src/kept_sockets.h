@@ -1,0 +1,36 @@
+// The sockets behind the connections that a libcurl multi handle keeps.
+#pragma once
+
+#include <vector>
+
+#include "curl_handle.h"
+
+/// Opens and closes them in libcurl's place. Must outlive the multi handle. Serves one thread at a time.
+class KeptSockets {
+ public:
+  KeptSockets() = default;
+  KeptSockets(const KeptSockets&) = delete;
+  KeptSockets& operator=(const KeptSockets&) = delete;
+
+  /// The connections that the transfer makes are to use these sockets.
+  void serve(CurlEasy& easy);
+  /// Cuts off the connections that a server has spoken on while nothing was asked. What waits there is its farewell,
+  /// which libcurl overlooks inside TLS, or bytes that would be taken for the reply to the next request. To be called
+  /// between two calls; libcurl then finds these connections dead.
+  void cutOffSpoilt() noexcept;
+
+ private:
+  static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address) noexcept;
+  static int close(void* self, curl_socket_t socket) noexcept;
+
+  std::vector<curl_socket_t> sockets_;
+};
+
+/// A multi handle and its sockets; the members are in the order of their ends.
+struct KeptConnections {
+  KeptSockets sockets;
+  CurlMulti multi;
+
+  /// Makes the multi handle unless there is one. Throws `std::bad_alloc`.
+  void open();
+};

@@ -1,0 +1,82 @@
+#include "reply_receiver.h"
+
+#include <charconv>
+#include <system_error>
+
+#include "rest_headers.h"
+
+namespace {
+
+std::string_view trim(std::string_view text) noexcept {
+  constexpr std::string_view kSpace = " \t\r\n";
+  const std::size_t begin = text.find_first_not_of(kSpace);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+}
+
+}  // namespace
+
+bool ReplyReceiver::giveUp(ReplyFault fault) noexcept {
+  fault_ = fault;
+  return false;
+}
+
+bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
+  headerBytes_ += line.size();
+  if (headerBytes_ > maxHeaderBytes_) return giveUp(ReplyFault::HeadersTooLarge);
+  if (hasBody_) return true;  // a trailer
+  if (line.substr(0, 5) == "HTTP/") {
+    // The first head, or the one behind a preliminary one.
+    hasWholeHead_ = false;
+    packing_ = Packing::None;
+    length_.reset();
+    return true;
+  }
+  if (trim(line).empty()) hasWholeHead_ = true;
+  const std::size_t colon = line.find(':');
+  return colon == std::string_view::npos || takeField(line.substr(0, colon), trim(line.substr(colon + 1)));
+}
+
+bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noexcept {
+  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(value);
+  if (isSameIgnoringCase(name, "Transfer-Encoding")) {
+    const bool isKnown = isSameIgnoringCase(value, "chunked") || isSameIgnoringCase(value, "identity");
+    return isKnown || giveUp(ReplyFault::Malformed);
+  }
+  if (!isSameIgnoringCase(name, "Content-Encoding") || isSameIgnoringCase(value, "identity")) return true;
+  const bool isGzip = isSameIgnoringCase(value, "gzip") || isSameIgnoringCase(value, "x-gzip");
+  packing_ = isGzip && packing_ == Packing::None ? Packing::Gzip : Packing::Unknown;
+  return true;
+}
+
+// libcurl takes a negative or an immense length for none, and of two lengths the last.
+bool ReplyReceiver::takeLength(std::string_view value) noexcept {
+  std::uint64_t length = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), length);
+  const bool isNumber = error == std::errc() && end == value.data() + value.size();
+  if (!isNumber || (length_ && *length_ != length)) return giveUp(ReplyFault::Malformed);
+  length_ = length;
+  return true;
+}
+
+bool ReplyReceiver::takeBody(std::string_view data) noexcept {
+  try {
+    if (!hasBody_) {
+      hasBody_ = true;
+      if (packing_ == Packing::Unknown) return giveUp(ReplyFault::Malformed);
+      if (length_ && *length_ > maxBodyBytes_) return giveUp(ReplyFault::BodyTooLarge);
+      if (length_) body_.reserve(static_cast<std::size_t>(*length_));
+    }
+    if (packing_ == Packing::None) return append(data);
+    const bool isUnpacked = unpacker_.unpack(data, [this](std::string_view piece) { return append(piece); });
+    return isUnpacked || giveUp(fault_ == ReplyFault::None ? ReplyFault::Malformed : fault_);
+  } catch (...) {
+    return giveUp(ReplyFault::OutOfMemory);
+  }
+}
+
+bool ReplyReceiver::append(std::string_view data) {
+  if (data.size() > maxBodyBytes_ - body_.size()) return giveUp(ReplyFault::BodyTooLarge);
+  body_.append(data);
+  return true;
+}

@@ -1,0 +1,4 @@
+#include "zea_globals.h"
+
+ZEACallback gCallback = nullptr;
+CMRestGlobalSettings gRestSettings;
