@@ -161,14 +161,61 @@ TEST_F(ConsoleProgram, TellsThatAPortIsClosed) {
   const ChildResult asked = talk({"ask", "q"});
 
   EXPECT_EQ(asked.exitCode, 3);
-  EXPECT_NE(asked.error, "");
 }
 
-TEST_F(ConsoleProgram, ListsModelsNewestFirst) {
-  const ChildResult listed = run({"models", "--provider", "openai", "--host", url_}, "", {"OPENAI_API_KEY=k"});
+TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY, text TEXT)");
+  constexpr const char* newestFirst = "standin-large\nstandin-small\n";
+  constexpr const char* asTheyCome = "standin-small\nstandin-large\n";
+  const struct {
+    const char *provider, *key, *models;
+  } cases[] = {
+      {"openai", "OPENAI_API_KEY=k", newestFirst},     {"google", "GOOGLE_API_KEY=k", asTheyCome},
+      {"deepseek", "DEEPSEEK_API_KEY=k", asTheyCome},  {"ollama", "NONE=k", asTheyCome},
+      {"x", "XAI_API_KEY=xai-k", newestFirst},         {"anthropic", "ANTHROPIC_API_KEY=k", newestFirst},
+      {"alibaba", "DASHSCOPE_API_KEY=k", newestFirst}, {"bytedance", "ARK_API_KEY=k", ""},
+      {"moonshot", "MOONSHOT_API_KEY=k", newestFirst},
+  };
+  for (const auto& row : cases) {
+    const ChildResult asked = run({"ask", "--db", path("small.db"), "--provider", row.provider, "--host", url_,
+                                   "--model", "m", "--temperature", "0.5", "Notes?"},
+                                  "", {row.key});
+    const ChildResult listed = run({"models", "--provider", row.provider, "--host", url_}, "", {row.key});
 
-  EXPECT_EQ(listed.exitCode, 0) << listed.error;
-  EXPECT_EQ(listed.output, "standin-large\nstandin-small\n");
+    EXPECT_EQ(asked.exitCode, 0) << row.provider << ": " << asked.error;
+    EXPECT_NE(asked.output.find("SELECT notes.id"), std::string::npos) << row.provider << ": " << asked.output;
+    EXPECT_EQ(listed.exitCode, 0) << row.provider << ": " << listed.error;
+    EXPECT_EQ(listed.output, row.models) << row.provider;
+    EXPECT_EQ(listed.error.empty(), *row.models != '\0') << row.provider << ": " << listed.error;
+  }
+}
+
+TEST_F(ConsoleProgram, CarriesTheConversationToAnotherProvider) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
+  const std::string input = "one\n/provider acme\n/provider anthropic\n/provider x m\ntwo\n/provider google g " + url_ +
+                            "\nthree\n/provider anthropic c " + url_ + "\nfour\n";
+
+  const ChildResult chat =
+      run({"chat", "--db", path("small.db"), "--provider", "anthropic", "--max-tokens", "77", "--model", "a",
+           "--temperature", "1.5", "--instructions", "Be brief.", "--host", url_, "--key-file", path("key")},
+          input, {"GEMINI_API_KEY=g-secret", "ANTHROPIC_API_KEY=a-secret"});
+
+  EXPECT_EQ(chat.exitCode, 0) << chat.error;
+  for (const char* sentence : {"no provider acme", "Name a model with /provider anthropic MODEL", "XAI_API_KEY"}) {
+    EXPECT_NE(chat.error.find(sentence), std::string::npos) << sentence << " is not in " << chat.error;
+  }
+  const auto requests = standin_.requests();
+  ASSERT_EQ(requests.size(), 4U) << chat.error;
+  EXPECT_EQ(requests[1].header("x-api-key"), "sk-secret");
+  EXPECT_EQ(requests[1].body.rfind(R"({"model":"a","temperature":1.0,"max_tokens":77,"system":"Be brief.)", 0), 0U);
+  EXPECT_EQ(requests[2].target, "/v1beta/models/g:generateContent?key=g-secret");
+  EXPECT_EQ(requests[2].body.rfind(R"({"generationConfig":{"temperature":1.5},"system_instruction":)", 0), 0U);
+  for (const char* part : {"Be brief.", "CREATE TABLE `notes`", R"([{"role":"user","parts":[{"text":"one"}]})"}) {
+    EXPECT_NE(requests[2].body.find(part), std::string::npos) << part << " is not in " << requests[2].body;
+  }
+  EXPECT_EQ(requests[3].header("x-api-key"), "a-secret");
+  EXPECT_EQ(requests[3].body.rfind(R"({"model":"c","temperature":1.0,"max_tokens":77,)", 0), 0U);
+  EXPECT_NE(chat.output.rfind("came 6 earlier turns"), std::string::npos) << chat.output;
 }
 
 TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
@@ -192,6 +239,8 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
       {{"ask", "--db", good, "q", "--temperature", "warm"}, "--temperature"},
       {{"ask", "--db", good, "q", "--temperature", "nan"}, "no number"},
       {{"ask", "--db", good, "q", "--host", "h"}, "--host needs a --provider."},
+      {{"ask", "--db", good, "q", "--max-tokens", "9"}, "--max-tokens is for --provider anthropic only."},
+      {{"ask", "--db", good, "q", "--max-tokens", "9", "--provider", "x"}, "--max-tokens is for"},
       {{"ask", "--db", good, "q", "--provider", "x"}, "zea models --provider x"},
       {{"ask", "--db", good, "q", "--provider", "x", "--model", "m"}, "XAI_API_KEY"},
       {{"models", "--provider", "x", "--key-file", path("none")}, "cannot be read"},

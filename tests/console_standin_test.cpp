@@ -74,43 +74,79 @@ TEST(StandinServer, RefusesAPortThatIsTaken) {
   EXPECT_THROW(standin::Server second(first.port()), std::runtime_error);
 }
 
-TEST(StandinModel, RefusesWhatAProviderWouldRefuse) {
-  constexpr const char* kChat = "/v1/chat/completions";
-  constexpr const char* kGood = R"({"model":"m","messages":[{"role":"user","content":"q"}]})";
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+TEST(StandinModel, AnswersAndRefusesAsEachProviderDoes) {
+  const Headers bearer = {{"authorization", "Bearer k"}};
+  const Headers anthropic = {{"x-api-key", "k"}, {"anthropic-version", "2023-06-01"}};
+  const std::string turn = R"("messages":[{"role":"user","content":"q"}]})";
+  const std::string plain = R"({"model":"m",)" + turn;
+  const std::string limited = R"({"model":"m","max_tokens":9,)" + turn;
+  const std::string hot = R"({"model":"m","max_tokens":9,"temperature":2,)" + turn;
+  const std::string system = R"({"model":"m","max_tokens":9,"messages":[{"role":"system","content":"s"},)";
+  const std::string developer = R"({"model":"m","messages":[{"role":"developer","content":"s"},)";
+  const std::string user = R"({"role":"user","content":"q"}]})";
+  const std::string contents = R"("contents":[{"role":"user","parts":[{"text":"q"}]}]})";
+  constexpr const char* kAnswer = "I am a stand-in, no model.";
+  constexpr const char* kOpenAi = "POST /v1/chat/completions";
+  constexpr const char* kDeepseek = "POST /chat/completions";
+  constexpr const char* kAnthropic = "POST /v1/messages";
+  constexpr const char* kGoogle = "POST /v1beta/models/m:generateContent?a=b&key=k";
+  constexpr const char* kOllama = "POST /api/chat";
   const struct {
-    const char* method;
-    const char* target;
-    const char* authorization;
-    const char* body;
+    std::string line;
+    Headers headers;
+    std::string body;
     int status;
     const char* expected;
   } cases[] = {
-      {"POST", kChat, "Bearer k", kGood, 200, "I am a stand-in, no model."},
-      {"POST", "/any/prefix/v1/chat/completions?a=b", "Bearer k", kGood, 200, "I am a stand-in, no model."},
-      {"GET", "/v1/models", "Bearer k", "", 200, R"("id":"standin-large","object":"model","created":)"},
-      {"GET", "/v1/models", "", "", 401, R"("type":"authentication_error")"},
-      {"POST", kChat, "", kGood, 401, R"("type":"authentication_error")"},
-      {"POST", kChat, "Bearer ", kGood, 401, R"("type":"authentication_error")"},
-      {"POST", kChat, "Basic k", kGood, 401, R"("type":"authentication_error")"},
-      {"GET", kChat, "Bearer k", "", 404, "Invalid URL (GET /v1/chat/completions)"},
-      {"POST", "/v2/chat", "Bearer k", kGood, 404, "Invalid URL (POST /v2/chat)"},
-      {"POST", kChat, "Bearer k", "{", 400, "could not parse the JSON body"},
-      {"POST", kChat, "Bearer k", "[]", 400, "You must provide a model parameter."},
-      {"POST", kChat, "Bearer k", R"({"model":"","messages":[]})", 400, "You must provide a model parameter."},
-      {"POST", kChat, "Bearer k", R"({"model":"m"})", 400, "'messages'"},
-      {"POST", kChat, "Bearer k", R"({"model":"m","messages":[]})", 400, "empty array"},
-      {"POST", kChat, "Bearer k", R"({"model":"m","messages":[7]})", 400, "has no role"},
-      {"POST", kChat, "Bearer k", R"({"model":"m","messages":[{"role":"user"}]})", 400, "has no content"},
-      {"POST", kChat, "Bearer k", R"({"model":"m","messages":[{"role":"u","content":""}]})", 400, "value: 'u'"},
-      {"POST", kChat, "Bearer k", R"({"model":"m","temperature":2.5,"messages":[]})", 400, "'temperature'"},
+      {kOpenAi, bearer, developer + user, 200, kAnswer},
+      {kOpenAi, {}, plain, 401, R"("type":"invalid_request_error","code":"invalid_api_key")"},
+      {kOpenAi, {{"Authorization", "Basic k"}}, plain, 401, "invalid_api_key"},
+      {kOpenAi, bearer, "{", 400, "could not parse the JSON body"},
+      {kOpenAi, bearer, "[]", 400, "'model'"},
+      {kOpenAi, bearer, R"({"model":7,)" + turn, 400, "'model': it must be a string"},
+      {kOpenAi, bearer, R"({"model":"m"})", 400, R"('messages'.","type":"invalid_request_error","code":null)"},
+      {kOpenAi, bearer, R"({"model":"m","messages":[]})", 400, "empty array"},
+      {kOpenAi, bearer, R"({"model":"m","messages":[7]})", 400, "'role'"},
+      {kOpenAi, bearer, R"({"model":"m","messages":[{"role":"user"}]})", 400, "'content'"},
+      {kOpenAi, bearer, R"({"model":"m","messages":[{"role":"u","content":""}]})", 400, "'u' is none"},
+      {kOpenAi, bearer, hot, 200, kAnswer},
+      {kOpenAi, bearer, R"({"stream":true,"model":"m",)" + turn, 400, "'stream'"},
+      {"POST /prefix/v1/chat/completions", bearer, plain, 404, "Invalid URL (POST /prefix/v1/chat/completions)"},
+      {"GET /api/v3/models", bearer, "", 404, "unknown_url"},
+      {kOpenAi,
+       {{"Authorization", "Bearer xai-k"}},
+       "{}",
+       400,
+       R"({"code":"Client specified an invalid argument","error":"Missing)"},
+      {"POST /compatible-mode/v1/chat/completions", bearer, hot, 400, "'temperature'"},
+      {kDeepseek, bearer, developer + user, 400, "'developer' is none"},
+      {kDeepseek, bearer, system + user, 200, kAnswer},
+      {kAnthropic, {{"x-api-key", "k"}}, limited, 400, "anthropic-version"},
+      {kAnthropic, bearer, limited, 401, R"({"type":"error","error":{"type":"authentication_error","message":)"},
+      {kAnthropic, anthropic, plain, 400, "'max_tokens'"},
+      {kAnthropic, anthropic, hot, 400, "'temperature'"},
+      {kAnthropic, anthropic, system + user, 400, "'system' is none"},
+      {"GET /v1/models", {{"x-api-key", "k"}}, "", 400, R"("type":"invalid_request_error","message":"anthropic)"},
+      {kGoogle, {}, R"({"systemInstruction":{"parts":[{"text":"s"}]},)" + contents, 200, kAnswer},
+      {kGoogle, {}, R"({"system_instruction":"s",)" + contents, 400, R"("status":"INVALID_ARGUMENT")"},
+      {kGoogle, {}, R"({"generationConfig":{"temperature":"hot"},)" + contents, 400, "'temperature'"},
+      {kGoogle, {}, R"({"contents":[{"role":"assistant","parts":{"text":""}}]})", 400, "'assistant' is none"},
+      {"POST /v1beta/models/m:generateContent?key=", {}, "{" + contents, 403, R"("code":403,"message":)"},
+      {kOllama, {}, plain, 400, R"({"error":"Missing required parameter: 'stream'."})"},
+      {kOllama, {}, R"({"stream":false,)" + turn, 400, "'model'"},
+      {kOllama, {}, R"({"options":[],"model":"m","stream":false,)" + turn, 400, "'options'"},
+      {kOllama, bearer, R"({"model":"m","stream":false,)" + turn, 400, "takes none"},
   };
   for (const auto& row : cases) {
-    standin::Request request{row.method, row.target, {{"authorization", row.authorization}}, row.body};
+    const std::size_t space = row.line.find(' ');
+    const standin::Request request{row.line.substr(0, space), row.line.substr(space + 1), row.headers, row.body};
 
     const standin::Reply reply = standin::answerAsModel(request);
 
-    EXPECT_EQ(reply.status, row.status) << row.target << " " << row.body;
-    EXPECT_NE(reply.body.find(row.expected), std::string::npos) << row.body << " gave " << reply.body;
+    EXPECT_EQ(reply.status, row.status) << row.line << " " << row.body;
+    EXPECT_NE(reply.body.find(row.expected), std::string::npos) << row.line << row.body << " gave " << reply.body;
   }
 }
 
@@ -121,8 +157,7 @@ TEST(StandinModel, WritesASelectForTheTableThatTheQuestionMentions) {
       "CREATE TABLE `odd name` (`no` INT, `up` INT, FOREIGN KEY(`up`) REFERENCES `odd name`(`no`))\\n"
       "CREATE VIEW `open_items` (`no` INT)\\nCREATE TABLE broken\\n";
   const struct {
-    const char* question;
-    const char* sql;
+    const char *question, *sql;
   } cases[] = {
       {"all my ITEM please",
        "SELECT items.no, items.cat, Categories.name\\nFROM items\\n"
@@ -145,10 +180,8 @@ TEST(StandinModel, WritesASelectForTheTableThatTheQuestionMentions) {
 }
 
 TEST(StandinRecord, HidesKeysInHeadersAndInTheQuery) {
-  const standin::Request request{"POST",
-                                 "/key=1?a=b&key=secret&c=d",
-                                 {{"authorization", "Bearer secret"}, {"X-API-KEY", "secret"}, {"A", "b"}},
-                                 "{}"};
+  const Headers headers = {{"authorization", "Bearer secret"}, {"X-API-KEY", "secret"}, {"A", "b"}};
+  const standin::Request request{"POST", "/key=1?a=b&key=secret&c=d", headers, "{}"};
 
   const std::string text = standin::describeRequest(request);
 

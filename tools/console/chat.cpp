@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <sstream>
+
 #include "console/console_output.h"
 #include "console/line_reader.h"
 
@@ -11,10 +13,12 @@ namespace {
 
 constexpr const char* kHelp =
     "A line is a question. Lines that begin with a slash are commands:\n"
-    "  /model [NAME]  show the model, or ask another one from now on\n"
-    "  /prompt        show what the model is told ahead of the questions\n"
-    "  /help          show this\n"
-    "  /quit, /exit   end; so does the end of input";
+    "  /provider                      show the provider\n"
+    "  /provider NAME [MODEL [HOST]]  go on with this conversation at another provider\n"
+    "  /model [NAME]                  show the model, or ask another one from now on\n"
+    "  /prompt                        show what the model is told ahead of the questions\n"
+    "  /help                          show this\n"
+    "  /quit, /exit                   end; so does the end of input";
 
 class Chat {
  public:
@@ -48,12 +52,32 @@ class Chat {
       printNote("The model is " + session_.obtainModel() + ".");
     } else if (word == "/model") {
       session_.setModel(rest);
+    } else if (word == "/provider" && rest.empty()) {
+      printNote("The provider is " + session_.obtainProvider() + ".");
+    } else if (word == "/provider") {
+      changeProvider(rest);
     } else if (line == "/prompt") {
       printText(session_.obtainPrompt());
     } else if (line == "/help") {
       printNote(kHelp);
     } else {
       printNote("There is no command " + word + "; /help lists them.");
+    }
+  }
+
+  void changeProvider(const std::string& arguments) {
+    std::istringstream words(arguments);
+    std::string name;
+    std::string model;
+    std::string host;
+    std::string more;
+    words >> name >> model >> host >> more;
+    if (!more.empty()) return printNote("/provider takes a name, a model and a host, no more.");
+    try {
+      session_.changeProvider(name, model, host);
+      printNote("The conversation goes on with " + session_.obtainProvider() + ".");
+    } catch (const Failure& failure) {
+      printNote(std::string(failure.what()) + " The conversation goes on with " + session_.obtainProvider() + ".");
     }
   }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -14,22 +15,23 @@ namespace console {
 
 namespace {
 
-constexpr const char* kFooter =
-    "Without --provider a stand-in on this machine answers: it knows the database's tables, but it is no model.\n"
-    "Keys are never arguments. They come from --key-file, from the provider's environment variable (OPENAI_API_KEY,\n"
-    "GEMINI_API_KEY or GOOGLE_API_KEY, DEEPSEEK_API_KEY, XAI_API_KEY, ANTHROPIC_API_KEY, DASHSCOPE_API_KEY,\n"
-    "ARK_API_KEY, MOONSHOT_API_KEY), or are asked for at a terminal.\n"
-    "Answers go to standard output, everything else to standard error.\n\n"
-    "Exit codes: 0 answered; 1 the provider refused or its answer could not be used; 2 the command line, or what it\n"
-    "names, cannot be used; 3 the provider could not be reached. A chat ends with 0 at a terminal; otherwise with the\n"
-    "code of its last question.";
+std::string writeFooter() {
+  return "Without --provider a stand-in on this machine answers: it knows the database's tables, but it is no model.\n"
+         "Keys are never arguments. They come from --key-file, from the provider's environment variable, or are asked\n"
+         "for at a terminal:\n" +
+         listKeyVariables() +
+         "Answers go to standard output, everything else to standard error.\n\n"
+         "Exit codes: 0 answered; 1 the provider refused or its answer could not be used; 2 the command line, or what\n"
+         "it names, cannot be used; 3 the provider could not be reached. A chat ends with 0 at a terminal; otherwise\n"
+         "with the code of its last question.";
+}
 
 class OptionsReader {
  public:
   OptionsReader() : app_("Talk with a chat model about a database.", "zea") {
     app_.set_version_flag("--version", "zea " ZEA_VERSION);
     app_.require_subcommand(1);
-    app_.footer(kFooter);
+    app_.footer(writeFooter());
     addAsk();
     addDatabaseCommand(Command::Chat, "chat", "Talk about a database, line by line; /help tells more");
     addPrompt();
@@ -68,6 +70,9 @@ class OptionsReader {
     addInstructions(*added);
     added->add_option("--model", options_.model, "The model to ask")->type_name("NAME");
     added->add_option("--temperature", options_.temperature, "Sampling temperature, such as 0.2")->type_name("NUMBER");
+    added->add_option("--max-tokens", options_.maxTokens, "The longest reply, in tokens; for anthropic only")
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
+        ->type_name("NUMBER");
     return added;
   }
 
@@ -124,7 +129,11 @@ class OptionsReader {
     if (options_.temperature && !std::isfinite(*options_.temperature)) {
       throw Failure(ExitCode::Usage, "The temperature is no number.");
     }
-    if (!options_.provider.empty()) return;
+    const bool isNamed = !options_.provider.empty();
+    if (options_.maxTokens && !(isNamed && findProvider(options_.provider).takesMaxTokens)) {
+      throw Failure(ExitCode::Usage, "--max-tokens is for --provider anthropic only.");
+    }
+    if (isNamed) return;
     for (const auto& [name, value] : {std::pair<const char*, const std::string&>{"--host", options_.host},
                                       std::pair<const char*, const std::string&>{"--key-file", options_.keyFile}}) {
       if (!value.empty()) throw Failure(ExitCode::Usage, std::string(name) + " needs a --provider.");

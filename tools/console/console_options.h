@@ -1,6 +1,7 @@
 // The command line.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,7 @@ struct ConsoleOptions {
   std::string keyFile;
   std::string instructions;
   std::optional<double> temperature;
+  std::optional<std::int32_t> maxTokens;
 };
 
 /// Reads the command line. Nothing when "--help" or "--version" was asked for and has been printed. Throws `Failure`

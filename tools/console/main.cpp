@@ -5,6 +5,7 @@
 #include "console/console_options.h"
 #include "console/console_output.h"
 #include "console/failure.h"
+#include "console/provider.h"
 #include "console/sample_database.h"
 #include "console/session.h"
 #include "console/sqlite_structure.h"
@@ -31,9 +32,19 @@ ExitCode talk(const ConsoleOptions& options) {
   return ExitCode::Success;
 }
 
+void listModels(const ConsoleOptions& options) {
+  if (!options.provider.empty()) {
+    const Provider provider = findProvider(options.provider);
+    if (!provider.listsModels) {
+      return printNote(std::string(provider.name) + " has no listing of models; its documentation names them.");
+    }
+  }
+  for (const std::string& model : Session::connect(options)->listModels()) printAnswer(model);
+}
+
 ExitCode run(const ConsoleOptions& options) {
   if (options.command == Command::Models) {
-    for (const std::string& model : Session::connect(options)->listModels()) printAnswer(model);
+    listModels(options);
     return ExitCode::Success;
   }
   if (options.command == Command::Sample) {

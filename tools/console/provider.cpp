@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
@@ -15,29 +14,29 @@ namespace console {
 namespace {
 
 std::vector<Provider> obtainProviders() {
+  using Type = ZEAAssistantType;
   return {
-      {"openai", "OPENAI", ZEAAssistantType::OPENAI_v1, {"OPENAI_API_KEY"}, true},
-      {"google", "GOOGLE", ZEAAssistantType::GOOGLE, {"GEMINI_API_KEY", "GOOGLE_API_KEY"}, true},
-      {"deepseek", "DEEPSEEK", ZEAAssistantType::DEEPSEEK, {"DEEPSEEK_API_KEY"}, true},
-      {"ollama", "OLLAMA", ZEAAssistantType::OLLAMA, {}, false},
-      {"x", "X", ZEAAssistantType::X, {"XAI_API_KEY"}, true},
-      {"anthropic", "ANTHROPIC", ZEAAssistantType::ANTHROPIC, {"ANTHROPIC_API_KEY"}, true},
-      {"alibaba", "ALIBABA", ZEAAssistantType::ALIBABA, {"DASHSCOPE_API_KEY"}, true},
-      {"bytedance", "BYTEDANCE", ZEAAssistantType::BYTEDANCE, {"ARK_API_KEY"}, true},
-      {"moonshot", "MOONSHOT", ZEAAssistantType::MOONSHOT, {"MOONSHOT_API_KEY"}, true},
+      {.option = "openai", .name = "OPENAI", .type = Type::OPENAI_v1, .keyVariables = {"OPENAI_API_KEY"}},
+      {.option = "google",
+       .name = "GOOGLE",
+       .type = Type::GOOGLE,
+       .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"}},
+      {.option = "deepseek", .name = "DEEPSEEK", .type = Type::DEEPSEEK, .keyVariables = {"DEEPSEEK_API_KEY"}},
+      {.option = "ollama", .name = "OLLAMA", .type = Type::OLLAMA, .keyVariables = {}, .needsModel = false},
+      {.option = "x", .name = "X", .type = Type::X, .keyVariables = {"XAI_API_KEY"}},
+      {.option = "anthropic",
+       .name = "ANTHROPIC",
+       .type = Type::ANTHROPIC,
+       .keyVariables = {"ANTHROPIC_API_KEY"},
+       .takesMaxTokens = true},
+      {.option = "alibaba", .name = "ALIBABA", .type = Type::ALIBABA, .keyVariables = {"DASHSCOPE_API_KEY"}},
+      {.option = "bytedance",
+       .name = "BYTEDANCE",
+       .type = Type::BYTEDANCE,
+       .keyVariables = {"ARK_API_KEY"},
+       .listsModels = false},
+      {.option = "moonshot", .name = "MOONSHOT", .type = Type::MOONSHOT, .keyVariables = {"MOONSHOT_API_KEY"}},
   };
-}
-
-// The file's name is in no sentence: who has put the key itself behind "--key-file" must not read it on the screen.
-std::string readKeyFile(const std::string& file) {
-  std::ifstream stream(file);
-  std::string line;
-  if (!stream || (!std::getline(stream, line) && !stream.eof())) {
-    throw Failure(ExitCode::Usage, "The file that --key-file names cannot be read.");
-  }
-  std::string key = qxTrimAsString(line);
-  if (key.empty()) throw Failure(ExitCode::Usage, "The file that --key-file names has no key in its first line.");
-  return key;
 }
 
 }  // namespace
@@ -59,8 +58,29 @@ std::string listProviders() {
   return list;
 }
 
-std::string obtainKey(const Provider& provider, const std::string& keyFile) {
-  if (!keyFile.empty()) return readKeyFile(keyFile);
+std::string listKeyVariables() {
+  std::string lines;
+  for (const Provider& provider : obtainProviders()) {
+    std::string names;
+    for (const char* variable : provider.keyVariables) names += (names.empty() ? " " : " or ") + std::string(variable);
+    if (!names.empty()) lines += "  " + std::string(provider.option) + ":" + names + "\n";
+  }
+  return lines;
+}
+
+// The file's name is in no sentence: who has put the key itself behind "--key-file" must not read it on the screen.
+std::string readKeyFile(const std::string& file) {
+  std::ifstream stream(file);
+  std::string line;
+  if (!stream || (!std::getline(stream, line) && !stream.eof())) {
+    throw Failure(ExitCode::Usage, "The file that --key-file names cannot be read.");
+  }
+  std::string key = qxTrimAsString(line);
+  if (key.empty()) throw Failure(ExitCode::Usage, "The file that --key-file names has no key in its first line.");
+  return key;
+}
+
+std::string obtainKey(const Provider& provider) {
   if (provider.keyVariables.empty()) return {};
   for (const char* variable : provider.keyVariables) {
     const char* value = std::getenv(variable);
@@ -72,7 +92,8 @@ std::string obtainKey(const Provider& provider, const std::string& keyFile) {
     if (!key.empty()) return key;
   }
   throw Failure(ExitCode::Usage, "There is no key for " + name + ": set the environment variable " +
-                                     provider.keyVariables.front() + ", or name a file that holds it with --key-file.");
+                                     provider.keyVariables.front() + ", or start with --provider " +
+                                     std::string(provider.option) + " and a file that holds it behind --key-file.");
 }
 
 }  // namespace console

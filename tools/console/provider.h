@@ -14,9 +14,10 @@ struct Provider {
   std::string_view option;  // as "--provider" takes it, in lower case
   std::string_view name;    // as texts show it
   ZEAAssistantType type;
-  std::vector<const char*>
-      keyVariables;  // environment variables with its key, the first that is set counts; none: no key
-  bool needsModel;
+  std::vector<const char*> keyVariables;  // of the environment; the first that is set counts; none: no key
+  bool needsModel = true;                 // OLLAMA answers without a model's name where it has a default
+  bool listsModels = true;
+  bool takesMaxTokens = false;
 };
 
 /// The provider of that name, its case ignored. Throws `Failure`, with the names that there are, for any other.
@@ -25,9 +26,14 @@ Provider findProvider(const std::string& name);
 /// The names for "--help": "openai, google, ...".
 std::string listProviders();
 
-/// The key for `provider`: from the first line of `keyFile` when that is not empty, else from its environment
-/// variable, else typed without echo when standard input is a terminal. Empty for a provider without keys. Throws
-/// `Failure` when there is none.
-std::string obtainKey(const Provider& provider, const std::string& keyFile);
+/// The environment variables for "--help", a line for each provider that takes a key.
+std::string listKeyVariables();
+
+/// The first line of a file. Throws `Failure` when it cannot be read or holds no key.
+std::string readKeyFile(const std::string& file);
+
+/// The key for `provider`: from its environment variable, else typed without echo when standard input is a terminal.
+/// Empty for a provider without keys. Throws `Failure` when there is none.
+std::string obtainKey(const Provider& provider);
 
 }  // namespace console

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "console/console_output.h"
-#include "console/utf8.h"
 
 namespace console {
 
@@ -11,15 +10,18 @@ namespace {
 
 constexpr const char* kStandinModel = "standin-large";
 constexpr const char* kStandinKey = "stand-in";
-// Codes from 100 on are HTTP statuses; 0 is a reply that came whole, and could not be used.
-constexpr std::int32_t kFirstStatus = 100;
 
-// OLLAMA answers without a model's name where it has a default; all others refuse.
-void checkModel(const ConsoleOptions& options, const Provider& provider) {
-  const bool isNeeded = provider.needsModel && options.command != Command::Models;
-  if (!isNeeded || !options.model.empty()) return;
-  const std::string name(provider.option);
-  throw Failure(ExitCode::Usage, "Name a model with --model; zea models --provider " + name + " lists them.");
+// The stand-in is spoken to as OPENAI is.
+Provider describeStandin() {
+  return {.option = {}, .name = "the stand-in", .type = ZEAAssistantType::OPENAI_v1, .keyVariables = {}};
+}
+
+// `how` is what the user can write.
+void requireModel(const Provider& provider, const std::string& model, const std::string& how) {
+  if (!provider.needsModel || !model.empty()) return;
+  const std::string option(provider.option);
+  const std::string listing = provider.listsModels ? "; zea models --provider " + option + " lists them" : "";
+  throw Failure(ExitCode::Usage, "Name a model with " + how + listing + ".");
 }
 
 }  // namespace
@@ -27,82 +29,60 @@ void checkModel(const ConsoleOptions& options, const Provider& provider) {
 std::unique_ptr<Session> Session::connect(const ConsoleOptions& options) {
   if (!options.provider.empty()) {
     const Provider provider = findProvider(options.provider);
-    checkModel(options, provider);
-    const std::string key = obtainKey(provider, options.keyFile);
-    return std::unique_ptr<Session>(new Session(provider.type, key, options.host, options));
+    if (options.command != Command::Models) requireModel(provider, options.model, "--model");
+    const std::string key = options.keyFile.empty() ? obtainKey(provider) : readKeyFile(options.keyFile);
+    auto connection = std::make_unique<Connection>(provider, key, options.host, nullptr);
+    return std::unique_ptr<Session>(new Session(options, std::move(connection)));
   }
   auto standin = std::make_unique<standin::Server>();
   printNote("No provider is named: a stand-in on this machine answers, no model. See --provider.");
-  std::unique_ptr<Session> session(new Session(ZEAAssistantType::OPENAI_v1, kStandinKey, standin->url(), options));
+  auto connection = std::make_unique<Connection>(describeStandin(), kStandinKey, standin->url(), nullptr);
+  std::unique_ptr<Session> session(new Session(options, std::move(connection)));
   session->standin_ = std::move(standin);
   if (options.model.empty()) session->setModel(kStandinModel);
   return session;
 }
 
 std::unique_ptr<Session> Session::createOffline(const ConsoleOptions& options) {
-  return std::unique_ptr<Session>(new Session(ZEAAssistantType::OPENAI_v1, {}, {}, options));
+  auto connection = std::make_unique<Connection>(describeStandin(), std::string(), std::string(), nullptr);
+  return std::unique_ptr<Session>(new Session(options, std::move(connection)));
 }
 
-Session::Session(ZEAAssistantType type, const std::string& key, const std::string& host,
-                 const ConsoleOptions& options) {
-  std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter());
-  assistant_.reset(ZEACreateAssistant(type, pool.get(), key, host, nullptr));
-  if (!assistant_) throw std::logic_error("The library does not know the provider.");
-  pool_ = pool.release();
+Session::Session(const ConsoleOptions& options, std::unique_ptr<Connection> connection)
+    : options_(options), memory_(connection->releaseMemory()), connection_(std::move(connection)) {
+  configure(*connection_);
   if (!options.model.empty()) setModel(options.model);
-  if (!options.instructions.empty()) set("user_instructions", repairUtf8(options.instructions));
-  if (options.temperature) {
-    set("temperature", *options.temperature);
-    set("use_temperature", 1);
+}
+
+void Session::configure(Connection& connection) const {
+  if (!options_.instructions.empty()) connection.setText("user_instructions", options_.instructions);
+  connection.set("system_instructions", systemInstructions_);
+  if (options_.temperature) {
+    connection.set("temperature", *options_.temperature);
+    connection.set("use_temperature", 1);
   }
+  if (options_.maxTokens && connection.provider().takesMaxTokens) connection.set("max_tokens", *options_.maxTokens);
 }
 
 void Session::describeDatabase(const std::string& structureDocument, const std::string& system) {
-  set("db_structure", structureDocument);
-  const std::string dialect = "The statements below describe the user's " + system +
-                              " database. Write SQL in its dialect, in fenced sql blocks.";
-  set("system_instructions", CMVariantMap{{"dialect", dialect}});
+  systemInstructions_["dialect"] = "The statements below describe the user's " + system +
+                                   " database. Write SQL in its dialect, in fenced sql blocks.";
+  connection_->set("system_instructions", systemInstructions_);
+  connection_->set("db_structure", structureDocument);  // into the memory
 }
 
-void Session::setModel(const std::string& model) { set("model", repairUtf8(model)); }
-
-std::string Session::obtainModel() const { return obtainProperty("model"); }
-
-std::string Session::obtainPrompt() const { return obtainProperty("combined_instructions"); }
-
-std::vector<std::string> Session::listModels() {
-  auto [models, failure] = assistant_->obtainAvailableModels();
-  if (!failure.empty()) throw fail(failure);
-  if (models.empty()) throw fail("The provider lists no models.");
-  return std::move(models);
+void Session::changeProvider(const std::string& name, const std::string& model, const std::string& host) {
+  const Provider provider = findProvider(name);
+  requireModel(provider, model, "/provider " + std::string(provider.option) + " MODEL");
+  auto next = std::make_unique<Connection>(provider, obtainKey(provider), host, memory_.get());
+  configure(*next);
+  if (!model.empty()) next->setText("model", model);
+  connection_ = std::move(next);
 }
 
-std::string Session::ask(const std::string& question) {
-  const auto [reply, failure] = assistant_->addMessage(repairUtf8(question));
-  const std::unique_ptr<IZEAMessage, Free> message(reply);
-  if (!message) throw fail(failure);
-  std::string text;
-  for (const IZEAMessageSection* section : message->obtainSections()) text += section->obtainSectionText();
-  return text;
-}
-
-void Session::set(const std::string& key, const CMVariant& value) {
-  bool isSet = false;
-  const std::string failure =
-      assistant_->updateProperties([&](IZEAProperties* properties) { isSet = properties->setValue(key, value); });
-  if (!isSet || !failure.empty()) throw std::logic_error("The library did not accept " + key + ". " + failure);
-}
-
-std::string Session::obtainProperty(const std::string& key) const {
-  const std::unique_ptr<IZEAProperties, Free> properties(assistant_->obtainProperties());
-  return properties->obtainValue(key).stringValue();
-}
-
-Failure Session::fail(const std::string& sentence) const {
-  const std::int32_t code = QX::obtainLastCode(pool_);
-  const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
-  return {isTransport ? ExitCode::Transport : ExitCode::Refused,
-          sentence.empty() ? "The provider gave no reason." : sentence};
+std::string Session::obtainProvider() const {
+  const std::string model = obtainModel();
+  return std::string(connection_->provider().name) + (model.empty() ? "" : ", model " + model);
 }
 
 }  // namespace console

@@ -1,25 +1,23 @@
-// One conversation with a provider, or with the stand-in.
+// One conversation, with a provider or with the stand-in.
 #pragma once
 
 #include <standin/zea_standin.h>
-#include <zea/zea.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "console/connection.h"
 #include "console/console_options.h"
-#include "console/failure.h"
-#include "console/provider.h"
 
 namespace console {
 
-/// Wraps an assistant. Texts from outside are repaired to UTF-8 before they go to it. Operations that fail throw
-/// `Failure` with the library's sentence and the exit code that belongs to it.
+/// Keeps what outlasts a change of the provider: the turns, the database and the user's settings. Operations that fail
+/// throw `Failure`.
 class Session {
  public:
   /// For talking: with the provider that `options` name, or, when they name none, with a stand-in that the session
-  /// runs itself. Throws `Failure` when a key is missing.
+  /// runs itself. Throws `Failure` when a model or a key is missing.
   static std::unique_ptr<Session> connect(const ConsoleOptions& options);
   /// For reading the prompt only: without provider, key and network.
   static std::unique_ptr<Session> createOffline(const ConsoleOptions& options);
@@ -29,27 +27,33 @@ class Session {
 
   /// Tells the model of the database: a "db_structure" document, and the kind of SQL that belongs to it.
   void describeDatabase(const std::string& structureDocument, const std::string& system);
-  void setModel(const std::string& model);
-  std::string obtainModel() const;
-  /// The whole system prompt, exactly as it is sent.
-  std::string obtainPrompt() const;
 
-  std::vector<std::string> listModels();
-  std::string ask(const std::string& question);
+  /// Goes on with the same conversation at another provider, with the key that its environment variable or the user
+  /// gives. An empty `host` means the provider's own. When a model or a key is missing, nothing changes.
+  void changeProvider(const std::string& name, const std::string& model, const std::string& host);
+  /// The provider as texts name it, and its model.
+  std::string obtainProvider() const;
+
+  void setModel(const std::string& model) { connection_->setText("model", model); }
+  std::string obtainModel() const { return connection_->obtainText("model"); }
+  /// The whole system prompt, exactly as it is sent.
+  std::string obtainPrompt() const { return connection_->obtainText("combined_instructions"); }
+
+  std::vector<std::string> listModels() { return connection_->listModels(); }
+  std::string ask(const std::string& question) { return connection_->ask(question); }
 
  private:
-  Session(ZEAAssistantType type, const std::string& key, const std::string& host, const ConsoleOptions& options);
+  Session(const ConsoleOptions& options, std::unique_ptr<Connection> connection);
 
-  void set(const std::string& key, const CMVariant& value);
-  std::string obtainProperty(const std::string& key) const;
-  Failure fail(const std::string& sentence) const;
+  // Gives a new connection the user's settings.
+  void configure(Connection& connection) const;
 
-  struct Free {
-    void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-  };
-  std::unique_ptr<standin::Server> standin_;  // outlives the assistant that talks to it
-  ICSHTTPPoolCenter* pool_ = nullptr;         // the assistant's
-  std::unique_ptr<IZEAAssistant, Free> assistant_;
+  const ConsoleOptions options_;
+  CMVariantMap systemInstructions_;
+  // What a member uses is declared ahead of it: the stand-in and the memory outlive the connection.
+  std::unique_ptr<standin::Server> standin_;
+  Owned<IZEAAssistantMemory> memory_;
+  std::unique_ptr<Connection> connection_;
 };
 
 }  // namespace console

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "standin/request_record.h"
+#include "standin/standin_model.h"
 #include "standin/zea_standin.h"
 
 namespace {
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
         "A stand-in for a provider of chat models, on the loopback interface. Prints its URL on standard output "
         "and runs until it is interrupted.",
         "zea-standin");
+    app.footer("It answers, whatever the key is:\n" + standin::describePaths());
     Options options;
     app.add_option("--port", options.port, "The port to listen on; without it, one that is free")
         ->check(CLI::Range(1, 65535));

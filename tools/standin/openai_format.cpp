@@ -1,135 +1,141 @@
-#include "standin/openai_format.h"
-
+// The OpenAI chat-completions format, and what four others of its family do differently.
+#include <cmath>
 #include <ctime>
-#include <string_view>
+
+#include "standin/format_parts.h"
+#include "standin/formats.h"
 
 namespace standin {
 
 namespace {
 
-constexpr std::string_view kInvalidRequest = "invalid_request_error";
-// A token is about four bytes of English text.
-constexpr std::size_t kBytesPerToken = 4;
+constexpr std::string_view kScheme = "Bearer ";
 
-Refusal refuse(std::string message) { return {400, std::string(kInvalidRequest), std::move(message)}; }
-
-// The member of a kind, or null.
-const COJsonValue* memberOf(const COJsonValue& object, std::string_view key, COJsonValueType type) {
-  const COJsonValue* member = object.obtainKeyValue(key);
-  return member != nullptr && member->obtainType() == type ? member : nullptr;
+// The key behind "Authorization: Bearer "; empty when there is none.
+std::string bearerOf(const Request& request) {
+  const std::string value = request.header("Authorization");
+  return value.starts_with(kScheme) ? qxTrimAsString(value.substr(kScheme.size())) : std::string();
 }
 
-bool isTemperature(const COJsonValue& value) {
-  const auto type = value.obtainType();
-  if (type != COJsonValueType::Integer && type != COJsonValueType::Double) return false;
-  return value.obtainDoubleValue() >= 0.0 && value.obtainDoubleValue() <= 2.0;
-}
+const char* codeOf(Fault fault) { return fault == Fault::NoCredentials ? "invalid_api_key" : "unknown_url"; }
 
-bool isTurn(std::string_view role) { return role == "user" || role == "assistant"; }
+/// As OPENAI has it; MOONSHOT's requests look the same.
+class OpenAiFormat : public WireFormat {
+ public:
+  Endpoints endpoints() const override { return {"OPENAI, MOONSHOT", "/v1/chat/completions", "/v1/models"}; }
 
-bool isInstruction(std::string_view role) { return role == "system" || role == "developer"; }
-
-// Takes one item of "messages" into the conversation; the reason when it cannot be.
-std::optional<Refusal> takeMessage(const COJsonValue& item, bool isLast, Conversation& conversation) {
-  const COJsonValue* role = memberOf(item, "role", COJsonValueType::String);
-  const COJsonValue* content = memberOf(item, "content", COJsonValueType::String);
-  if (role == nullptr) return refuse("A message has no role.");
-  if (content == nullptr) return refuse("A message has no content.");
-  const std::string_view word = role->obtainStringView();
-  if (isInstruction(word)) {
-    if (!conversation.system.empty()) conversation.system += '\n';
-    conversation.system += content->obtainStringView();
-  } else if (!isTurn(word)) {
-    return refuse("Invalid value: '" + std::string(word) +
-                  "'. Supported values are: 'system', 'developer', 'user' and 'assistant'.");
-  } else if (isLast) {
-    conversation.question = content->obtainStringView();
-  } else {
-    ++conversation.earlierTurns;
+  void checkCredentials(const Request& request) const override {
+    if (bearerOf(request).empty()) throw Refusal("You didn't provide an API key.", Fault::NoCredentials);
   }
-  return std::nullopt;
-}
 
-std::int32_t tokensOf(std::size_t bytes) {
-  return static_cast<std::int32_t>((bytes + kBytesPerToken - 1) / kBytesPerToken);
-}
+  void writeReply(const Conversation& conversation, const std::string& text, COJson& reply) const override {
+    addText(reply, "id", "standin-answer");
+    addText(reply, "object", "chat.completion");
+    reply.addKeyValue("created")->setIntValue(static_cast<std::int32_t>(std::time(nullptr)));
+    addText(reply, "model", conversation.model);
+    COJsonValue* choice = reply.addKeyValue("choices")->addArrayItem();
+    choice->addKeyValue("index")->setIntValue(0);
+    COJsonValue* message = choice->addKeyValue("message");
+    addText(*message, "role", "assistant");
+    addText(*message, "content", text);
+    addText(*choice, "finish_reason", "stop");
+    const Usage tokens = usageOf(conversation, text);
+    COJsonValue* usage = reply.addKeyValue("usage");
+    usage->addKeyValue("prompt_tokens")->setIntValue(tokens.sent);
+    usage->addKeyValue("completion_tokens")->setIntValue(tokens.given);
+    usage->addKeyValue("total_tokens")->setIntValue(tokens.sent + tokens.given);
+  }
 
-void writeUsage(const Conversation& conversation, const std::string& text, COJsonValue& usage) {
-  const std::int32_t sent = tokensOf(conversation.system.size() + conversation.question.size());
-  const std::int32_t given = tokensOf(text.size());
-  usage.addKeyValue("prompt_tokens")->setIntValue(sent);
-  usage.addKeyValue("completion_tokens")->setIntValue(given);
-  usage.addKeyValue("total_tokens")->setIntValue(sent + given);
-}
+  void writeListing(const std::vector<ModelDescription>& models, COJson& reply) const override {
+    addText(reply, "object", "list");
+    COJsonValue* data = reply.addKeyValue("data");
+    data->setAsArray();
+    for (const ModelDescription& model : models) {
+      COJsonValue* item = data->addArrayItem();
+      addText(*item, "id", model.name);
+      addText(*item, "object", "model");
+      item->addKeyValue("created")->setIntValue(model.createdAt);
+      addText(*item, "owned_by", "standin");
+    }
+  }
+
+  void writeRefusal(const Refusal& refusal, COJson& reply) const override {
+    COJsonValue* error = reply.addKeyValue("error");
+    addText(*error, "message", refusal.what());
+    addText(*error, "type", "invalid_request_error");
+    COJsonValue* code = error->addKeyValue("code");  // null for what is wrong in the body
+    if (refusal.fault() != Fault::BadRequest) code->setStringValue(codeOf(refusal.fault()));
+  }
+
+ protected:
+  virtual double highestTemperature() const { return 2.0; }
+
+  void checkSettings(const COJsonValue& body) const override {
+    checkTemperature(body, highestTemperature());
+    checkStream(body);
+    checkTokenLimit(body, "max_tokens");
+  }
+
+  bool isInstruction(std::string_view role) const override {
+    return role == "developer" || WireFormat::isInstruction(role);
+  }
+};
+
+/// X shares OPENAI's paths; its keys are known by how they begin. It has refusals of its own.
+class XFormat final : public OpenAiFormat {
+ public:
+  Endpoints endpoints() const override {
+    Endpoints shared = OpenAiFormat::endpoints();
+    shared.providers = "X, by a key that begins with xai-";
+    return shared;
+  }
+
+  void writeRefusal(const Refusal& refusal, COJson& reply) const override {
+    addText(reply, "code", refusal.fault() == Fault::NotFound ? "Not found" : "Client specified an invalid argument");
+    addText(reply, "error", refusal.what());
+  }
+
+ protected:
+  bool claims(const Request& request) const override { return bearerOf(request).starts_with("xai-"); }
+};
+
+/// The members of the family that do not know the role "developer".
+class CompatibleFormat : public OpenAiFormat {
+ protected:
+  bool isInstruction(std::string_view role) const override { return WireFormat::isInstruction(role); }
+};
+
+class AlibabaFormat final : public CompatibleFormat {
+ public:
+  Endpoints endpoints() const override {
+    return {"ALIBABA", "/compatible-mode/v1/chat/completions", "/compatible-mode/v1/models"};
+  }
+
+ protected:
+  // 2 itself is refused.
+  double highestTemperature() const override { return std::nextafter(2.0, 0.0); }
+};
+
+class BytedanceFormat final : public CompatibleFormat {
+ public:
+  Endpoints endpoints() const override { return {"BYTEDANCE", "/api/v3/chat/completions", {}}; }
+};
+
+class DeepseekFormat final : public CompatibleFormat {
+ public:
+  Endpoints endpoints() const override { return {"DEEPSEEK", "/chat/completions", "/models"}; }
+};
 
 }  // namespace
 
-std::optional<Operation> OpenAiFormat::operationOf(const Request& request) const {
-  const std::string path = pathOf(request);
-  if (request.method == "POST" && path.ends_with("/v1/chat/completions")) return Operation::Chat;
-  if (request.method == "GET" && path.ends_with("/v1/models")) return Operation::Listing;
-  return std::nullopt;
-}
+std::unique_ptr<WireFormat> createOpenAiFormat() { return std::make_unique<OpenAiFormat>(); }
 
-bool OpenAiFormat::hasCredentials(const Request& request) const {
-  constexpr std::string_view scheme = "Bearer ";
-  const std::string value = request.header("Authorization");
-  return value.starts_with(scheme) && !qxTrimAsString(value.substr(scheme.size())).empty();
-}
+std::unique_ptr<WireFormat> createXFormat() { return std::make_unique<XFormat>(); }
 
-std::variant<Conversation, Refusal> OpenAiFormat::readChat(const Request&, const COJsonValue& body) const {
-  Conversation conversation;
-  const COJsonValue* model = memberOf(body, "model", COJsonValueType::String);
-  if (model == nullptr || model->obtainStringView().empty()) return refuse("You must provide a model parameter.");
-  conversation.model = model->obtainStringView();
+std::unique_ptr<WireFormat> createAlibabaFormat() { return std::make_unique<AlibabaFormat>(); }
 
-  const COJsonValue* temperature = body.obtainKeyValue("temperature");
-  if (temperature != nullptr && !isTemperature(*temperature)) {
-    return refuse("Invalid 'temperature': it must be a number from 0 to 2.");
-  }
+std::unique_ptr<WireFormat> createBytedanceFormat() { return std::make_unique<BytedanceFormat>(); }
 
-  const COJsonValue* messages = memberOf(body, "messages", COJsonValueType::Array);
-  if (messages == nullptr) return refuse("Missing required parameter: 'messages'.");
-  const std::size_t count = messages->obtainArraySize();
-  if (count == 0) return refuse("Invalid 'messages': empty array.");
-  for (std::size_t index = 0; index < count; ++index) {
-    auto reason = takeMessage(*messages->obtainArrayItem(index), index + 1 == count, conversation);
-    if (reason) return *std::move(reason);
-  }
-  return conversation;
-}
-
-void OpenAiFormat::writeReply(const Conversation& conversation, const std::string& text, COJson& reply) const {
-  reply.addKeyValue("id")->setStringValue("standin-answer");
-  reply.addKeyValue("object")->setStringValue("chat.completion");
-  reply.addKeyValue("created")->setIntValue(static_cast<std::int32_t>(std::time(nullptr)));
-  reply.addKeyValue("model")->setStringValue(conversation.model);
-  COJsonValue* choice = reply.addKeyValue("choices")->addArrayItem();
-  choice->addKeyValue("index")->setIntValue(0);
-  COJsonValue* message = choice->addKeyValue("message");
-  message->addKeyValue("role")->setStringValue("assistant");
-  message->addKeyValue("content")->setStringValue(text);
-  choice->addKeyValue("finish_reason")->setStringValue("stop");
-  writeUsage(conversation, text, *reply.addKeyValue("usage"));
-}
-
-void OpenAiFormat::writeListing(const std::vector<ModelDescription>& models, COJson& reply) const {
-  reply.addKeyValue("object")->setStringValue("list");
-  COJsonValue* data = reply.addKeyValue("data");
-  data->setAsArray();
-  for (const ModelDescription& model : models) {
-    COJsonValue* item = data->addArrayItem();
-    item->addKeyValue("id")->setStringValue(model.name);
-    item->addKeyValue("object")->setStringValue("model");
-    item->addKeyValue("created")->setIntValue(model.createdAt);
-    item->addKeyValue("owned_by")->setStringValue("standin");
-  }
-}
-
-void OpenAiFormat::writeRefusal(const Refusal& refusal, COJson& reply) const {
-  COJsonValue* error = reply.addKeyValue("error");
-  error->addKeyValue("message")->setStringValue(refusal.message);
-  error->addKeyValue("type")->setStringValue(refusal.kind);
-}
+std::unique_ptr<WireFormat> createDeepseekFormat() { return std::make_unique<DeepseekFormat>(); }
 
 }  // namespace standin

@@ -1,60 +1,68 @@
 #include "standin/standin_model.h"
 
-#include <array>
-
-#include "standin/openai_format.h"
+#include "standin/formats.h"
 #include "standin/standin_words.h"
 
 namespace standin {
 
 namespace {
 
+Reply replyWith(const COJson& body, int status = 200) {
+  Reply reply;
+  reply.status = status;
+  reply.body = body.obtainJsonString();
+  return reply;
+}
+
 Reply refuse(const WireFormat& format, const Refusal& refusal) {
   COJson body;
   format.writeRefusal(refusal, body);
-  Reply reply;
-  reply.status = refusal.status;
-  reply.body = body.obtainJsonString();
-  return reply;
+  return replyWith(body, format.statusOf(refusal.fault()));
 }
 
 Reply list(const WireFormat& format) {
   COJson body;
   format.writeListing({{"standin-small", 1'700'000'000}, {"standin-large", 1'750'000'000}}, body);
-  Reply reply;
-  reply.body = body.obtainJsonString();
-  return reply;
+  return replyWith(body);
 }
 
 Reply converse(const WireFormat& format, const Request& request) {
   const COJson body(request.body);
-  if (!body.getIsValidJson()) {
-    return refuse(format, {400, "invalid_request_error", "We could not parse the JSON body of your request."});
-  }
-  const auto read = format.readChat(request, body);
-  if (const auto* refusal = std::get_if<Refusal>(&read)) return refuse(format, *refusal);
-  const auto& conversation = std::get<Conversation>(read);
+  if (!body.getIsValidJson()) throw Refusal("We could not parse the JSON body of your request.");
+  const Conversation conversation = format.readChat(request, body);
   COJson answer;
   format.writeReply(conversation, composeAnswer(conversation), answer);
-  Reply reply;
-  reply.body = answer.obtainJsonString();
-  return reply;
+  return replyWith(answer);
+}
+
+Reply answer(const WireFormat& format, Operation operation, const Request& request) {
+  try {
+    format.checkCredentials(request);
+    return operation == Operation::Listing ? list(format) : converse(format, request);
+  } catch (const Refusal& refusal) {
+    return refuse(format, refusal);
+  }
 }
 
 }  // namespace
 
 Reply answerAsModel(const Request& request) {
-  const OpenAiFormat openAi;
-  const std::array<const WireFormat*, 1> formats = {&openAi};
-  for (const WireFormat* format : formats) {
-    const auto operation = format->operationOf(request);
-    if (!operation) continue;
-    if (!format->hasCredentials(request)) {
-      return refuse(*format, {401, "authentication_error", "You didn't provide an API key."});
-    }
-    return *operation == Operation::Listing ? list(*format) : converse(*format, request);
+  for (const auto& format : createFormats()) {
+    if (const auto operation = format->operationOf(request)) return answer(*format, *operation, request);
   }
-  return refuse(openAi, {404, "invalid_request_error", "Invalid URL (" + request.method + " " + pathOf(request) + ")"});
+  return refuse(*createOpenAiFormat(),
+                Refusal("Invalid URL (" + request.method + " " + pathOf(request) + ")", Fault::NotFound));
+}
+
+std::string describePaths() {
+  std::string text;
+  for (const auto& format : createFormats()) {
+    const Endpoints paths = format->endpoints();
+    text += "  POST " + std::string(paths.chat);
+    if (!paths.listing.empty()) text += ", GET " + std::string(paths.listing);
+    text += " (" + std::string(paths.providers) + ")\n";
+  }
+  return text;
 }
 
 }  // namespace standin

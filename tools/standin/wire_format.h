@@ -6,8 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
-#include <variant>
+#include <string_view>
 #include <vector>
 
 #include "standin/zea_standin.h"
@@ -22,13 +23,6 @@ struct Conversation {
   std::string question;
 };
 
-/// Why a request is not answered.
-struct Refusal {
-  int status;
-  std::string kind;  // the provider's word for it, such as "invalid_request_error"
-  std::string message;
-};
-
 struct ModelDescription {
   std::string name;
   std::int32_t createdAt;  // seconds since the epoch
@@ -36,24 +30,73 @@ struct ModelDescription {
 
 enum class Operation { Chat, Listing };
 
-/// A wire format. Implementations have no state; any thread may use one. The write operations fill a new document.
+/// What is wrong with a request that is not answered. Each format has its own status and words for it.
+enum class Fault { BadRequest, NoCredentials, NotFound };
+
+class Refusal : public std::runtime_error {
+ public:
+  explicit Refusal(const std::string& message, Fault fault = Fault::BadRequest)
+      : std::runtime_error(message), fault_(fault) {}
+  Fault fault() const noexcept { return fault_; }
+
+ private:
+  Fault fault_;
+};
+
+/// Where a format is spoken.
+struct Endpoints {
+  std::string_view providers;  // for people
+  std::string_view chat;
+  std::string_view listing;  // empty: none
+};
+
+/// A wire format. Implementations have no state; any thread may use one. All are stricter than the library needs, so
+/// that a malformed request does not go unnoticed.
 class WireFormat {
  public:
   virtual ~WireFormat() = default;
 
-  /// What the request asks for; nothing when it is none of this format. Credentials and body are not looked at, but
-  /// header names may be, where two formats have a path in common.
-  virtual std::optional<Operation> operationOf(const Request& request) const = 0;
+  virtual Endpoints endpoints() const = 0;
 
-  /// Whether the request carries a key in the way of the format, whatever the key is.
-  virtual bool hasCredentials(const Request& request) const = 0;
+  /// What the request asks for; nothing when it is none of this format. Neither credentials nor body are checked.
+  std::optional<Operation> operationOf(const Request& request) const;
 
-  /// Reads a chat request. REQUIRES: `operationOf` gave `Chat`, and the body is well-formed.
-  virtual std::variant<Conversation, Refusal> readChat(const Request& request, const COJsonValue& body) const = 0;
+  /// Throws `Refusal` unless the request carries a key in the way of the format, whatever the key is.
+  virtual void checkCredentials(const Request& request) const = 0;
 
+  /// Reads a chat request. Throws `Refusal`. REQUIRES: `operationOf` gave `Chat`, and the body is well-formed.
+  Conversation readChat(const Request& request, const COJsonValue& body) const;
+
+  /// Fill a new document.
   virtual void writeReply(const Conversation& conversation, const std::string& text, COJson& reply) const = 0;
   virtual void writeListing(const std::vector<ModelDescription>& models, COJson& reply) const = 0;
   virtual void writeRefusal(const Refusal& refusal, COJson& reply) const = 0;
+
+  /// The HTTP status of a refusal: 400, 401 or 404.
+  virtual int statusOf(Fault fault) const;
+
+ protected:
+  /// Whether a request to one of the paths is of this format, where another one has the path too. By default it is.
+  virtual bool claims(const Request& request) const;
+  /// By default, whether it is the one of `endpoints`.
+  virtual bool isChatPath(const std::string& path) const;
+  /// The model's name; by default the body's "model".
+  virtual std::string readModel(const Request& request, const COJsonValue& body) const;
+  /// Throws `Refusal` for a setting that the provider would not take.
+  virtual void checkSettings(const COJsonValue& body) const = 0;
+  /// A system prompt that is no turn; by default there is none.
+  virtual std::string readSystem(const COJsonValue& body) const;
+  /// The member with the turns; by default "messages".
+  virtual std::string_view turnsMember() const;
+  /// The text of a turn; by default its "content".
+  virtual std::string readText(const COJsonValue& turn) const;
+  /// Whether a turn of that role belongs to the system prompt; by default for "system".
+  virtual bool isInstruction(std::string_view role) const;
+  /// Whether a turn of that role is the user's or the assistant's; by default for "user" and "assistant".
+  virtual bool isTurn(std::string_view role) const;
+
+ private:
+  void takeTurn(const COJsonValue& turn, bool isLast, Conversation& conversation) const;
 };
 
 /// The path of the request's target, without the query.

@@ -1,0 +1,63 @@
+#include "console/connection.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "console/utf8.h"
+
+namespace console {
+
+namespace {
+
+// Codes from 100 on are HTTP statuses; 0 is a reply that came whole, and could not be used.
+constexpr std::int32_t kFirstStatus = 100;
+
+}  // namespace
+
+Connection::Connection(const Provider& provider, const std::string& key, const std::string& host,
+                       IZEAAssistantMemory* memory)
+    : provider_(provider) {
+  std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter());
+  assistant_.reset(ZEACreateAssistant(provider.type, pool.get(), key, host, memory));
+  if (!assistant_) throw std::logic_error("The library does not know the provider.");
+  pool_ = pool.release();
+}
+
+void Connection::set(const std::string& key, const CMVariant& value) {
+  bool isSet = false;
+  const std::string failure =
+      assistant_->updateProperties([&](IZEAProperties* properties) { isSet = properties->setValue(key, value); });
+  if (!isSet || !failure.empty()) throw std::logic_error("The library did not accept " + key + ". " + failure);
+}
+
+void Connection::setText(const std::string& key, const std::string& text) { set(key, repairUtf8(text)); }
+
+std::string Connection::obtainText(const std::string& key) const {
+  const Owned<IZEAProperties> properties(assistant_->obtainProperties());
+  return properties->obtainValue(key).stringValue();
+}
+
+std::vector<std::string> Connection::listModels() {
+  auto [models, failure] = assistant_->obtainAvailableModels();
+  if (!failure.empty()) throw fail(failure);
+  if (models.empty()) throw fail("The provider lists no models.");
+  return std::move(models);
+}
+
+std::string Connection::ask(const std::string& question) {
+  const auto [reply, failure] = assistant_->addMessage(repairUtf8(question));
+  const Owned<IZEAMessage> message(reply);
+  if (!message) throw fail(failure);
+  std::string text;
+  for (const IZEAMessageSection* section : message->obtainSections()) text += section->obtainSectionText();
+  return text;
+}
+
+Failure Connection::fail(const std::string& sentence) const {
+  const std::int32_t code = QX::obtainLastCode(pool_);
+  const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
+  return {isTransport ? ExitCode::Transport : ExitCode::Refused,
+          sentence.empty() ? "The provider gave no reason." : sentence};
+}
+
+}  // namespace console

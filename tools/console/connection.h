@@ -1,0 +1,48 @@
+// One provider's end of a conversation.
+#pragma once
+
+#include <zea/zea.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console/failure.h"
+#include "console/provider.h"
+
+namespace console {
+
+struct FreeObject {
+  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
+};
+template <class Object>
+using Owned = std::unique_ptr<Object, FreeObject>;
+
+/// Wraps an assistant. Texts from outside are repaired to UTF-8 before they go to it. Operations that fail throw
+/// `Failure` with the library's sentence and the exit code that belongs to it.
+class Connection {
+ public:
+  /// `host`: empty for the provider's own. `memory`: borrowed for the life of the connection; null: one of its own.
+  Connection(const Provider& provider, const std::string& key, const std::string& host, IZEAAssistantMemory* memory);
+
+  const Provider& provider() const { return provider_; }
+
+  /// Hands the memory over. The connection goes on using it, so the caller keeps it as long.
+  Owned<IZEAAssistantMemory> releaseMemory() { return Owned<IZEAAssistantMemory>(assistant_->releaseMemory()); }
+
+  void set(const std::string& key, const CMVariant& value);
+  void setText(const std::string& key, const std::string& text);
+  std::string obtainText(const std::string& key) const;
+
+  std::vector<std::string> listModels();
+  std::string ask(const std::string& question);
+
+ private:
+  Failure fail(const std::string& sentence) const;
+
+  Provider provider_;
+  ICSHTTPPoolCenter* pool_ = nullptr;  // the assistant's
+  Owned<IZEAAssistant> assistant_;
+};
+
+}  // namespace console
