@@ -163,6 +163,7 @@ TEST(RestClient, TellsHowATransferFailed) {
       {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n{}", CMRestCode::ClosedInsideReply},
       {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n", CMRestCode::ClosedInsideReply},
       {"SSH-2.0-OpenSSH\r\n", CMRestCode::MalformedReply},
+      {"HTTP/2 2000 OK\r\nContent-Length: 1\r\n\r\nx", CMRestCode::MalformedReply},
       {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 4\r\n\r\nabcd", CMRestCode::MalformedReply},
       {okReply(std::string(1000, 'a')), CMRestCode::ReplyTooLarge},
       {"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n" + gzipBomb, CMRestCode::ReplyTooLarge},

@@ -164,6 +164,8 @@ std::int32_t obtainStatusCode(const RestOutcome& outcome) noexcept {
   // libcurl is content with a reply that ends between two of its headers or behind a preliminary one, and
   // doesn't know about the packing.
   if (!outcome.hasWholeHead || outcome.status < 200 || !outcome.isWholePacking) return CMRestCode::ClosedInsideReply;
+  // Behind a version of one digit, "HTTP/2 2000", libcurl takes any number for the status.
+  if (outcome.status > kLastHTTPStatus) return CMRestCode::MalformedReply;
   return outcome.status < 300 ? std::int32_t{CMRestCode::Success} : static_cast<std::int32_t>(outcome.status);
 }
 

@@ -7,8 +7,9 @@
 
 #include "reply_receiver.h"
 
-/// From here on a code is the status of a reply that came whole.
+/// Within these a code is the status of a reply that came whole.
 inline constexpr std::int32_t kFirstHTTPStatus = 100;
+inline constexpr std::int32_t kLastHTTPStatus = 999;
 
 /// A transfer as libcurl tells of it when it has ended.
 struct RestOutcome {

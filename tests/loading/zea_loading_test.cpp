@@ -16,7 +16,7 @@ struct CloseLibrary {
 
 TEST(Loading, WorksEachTimeThatTheLibraryIsLoadedAndUnloaded) {
   const std::string host = "http://127.0.0.1:0";  // where nobody can be listening
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 100; ++i) {
     const std::unique_ptr<void, CloseLibrary> library(dlopen(ZEA_LIBRARY, RTLD_NOW | RTLD_LOCAL));
     ASSERT_NE(library, nullptr) << dlerror();
     const auto create = reinterpret_cast<decltype(&ZEACreateAssistant)>(dlsym(library.get(), "ZEACreateAssistant"));

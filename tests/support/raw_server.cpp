@@ -35,9 +35,11 @@ class RawChannel {
     return SSL_set_fd(ssl_, socket_) == 1 && SSL_accept(ssl_) == 1;
   }
   long receive(char* target, std::size_t size) const {
+    const std::lock_guard lock(mutex_);
     return ssl_ != nullptr ? SSL_read(ssl_, target, static_cast<int>(size)) : ::recv(socket_, target, size, 0);
   }
   bool send(std::string_view bytes) const {
+    const std::lock_guard lock(mutex_);
     while (!bytes.empty()) {
       const long sent = ssl_ != nullptr ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
                                         : ::send(socket_, bytes.data(), bytes.size(), 0);
@@ -46,8 +48,12 @@ class RawChannel {
     }
     return true;
   }
-  bool hasPending() const { return ssl_ != nullptr && SSL_pending(ssl_) > 0; }
+  bool hasPending() const {
+    const std::lock_guard lock(mutex_);
+    return ssl_ != nullptr && SSL_pending(ssl_) > 0;
+  }
   void sayGoodbye() const {
+    const std::lock_guard lock(mutex_);
     if (ssl_ != nullptr) static_cast<void>(SSL_shutdown(ssl_));  // the answer to it isn't awaited
   }
   int socket() const { return socket_; }
@@ -56,6 +62,7 @@ class RawChannel {
   int socket_;
   SSL_CTX* context_;
   SSL* ssl_ = nullptr;
+  mutable std::mutex mutex_;  // a test's thread may speak while the connection's own listens
 };
 
 namespace {
