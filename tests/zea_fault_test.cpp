@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "qx/qx.h"
+#include "support/providers.h"
 #include "support/raw_server.h"
 #include "support/rest_caller.h"
 #include "support/tls_identity.h"
@@ -287,6 +287,44 @@ TEST(TransportFault, IsToldTrulyAndCostsOneQuestionOnlyOverTLS) {
   const standin::TlsIdentity identity = authority.issue("IP:127.0.0.1");
   RawServer elsewhere({});
   for (const Fault& fault : makeFaults(elsewhere.url())) checkFault(fault, &identity, authority.file());
+
+  EXPECT_TRUE(elsewhere.requests().empty());
+}
+
+/// What a user reads of a fault that ends with the code: the server's own words, where they came whole.
+std::string failureOf(const Fault& fault, std::int32_t code) {
+  if (code == CMRestCode::Success) return "Invalid response: p/v1/chat/completions";
+  return code == fault.code && !fault.body.empty() ? fault.body : messageOf(code);
+}
+
+void checkConversation(const Fault& fault) {
+  SCOPED_TRACE(fault.name);
+  RawServer server({fault.connection, {{okReply(kChoice)}}});
+  CMRestGlobalSettings settings;
+  settings.maxResponseBytes = 1'000'000;
+  settings.requestTimeoutMs = fault.code == CMRestCode::RequestTimedOut ? kLimitMs : 60'000;
+  ZEASetHTTPSettings(settings);
+  Owned<IZEAAssistantMemory> memory;  // outlives the assistant that uses it
+  const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, std::string(kMarker), server.url());
+  memory.reset(assistant->releaseMemory());
+  set(*assistant, "model", "m");
+
+  const auto [lost, failure] = assistant->addMessage(std::string(fault.connection.isEarly ? 5'000'000 : 10, 'x'));
+
+  EXPECT_EQ(lost, nullptr);
+  EXPECT_TRUE(failure == failureOf(fault, fault.code) || failure == failureOf(fault, fault.otherCode)) << failure;
+  EXPECT_TRUE(memory->obtainEntries(20).empty());
+  if (fault.connection.end == RawEnd::Close) server.waitForClosed(1);
+  ZEASetHTTPSettings({});
+  const auto [reply, nextFailure] = assistant->addMessage("next");
+  const Owned<IZEAMessage> owned(reply);
+  EXPECT_NE(reply, nullptr) << nextFailure;
+  EXPECT_EQ(memory->obtainEntries(20).size(), 2U);
+}
+
+TEST(TransportFault, LeavesNoTraceInAConversationAndTheNextQuestionIsAnswered) {
+  RawServer elsewhere({});
+  for (const Fault& fault : makeFaults(elsewhere.url())) checkConversation(fault);
 
   EXPECT_TRUE(elsewhere.requests().empty());
 }
