@@ -20,6 +20,6 @@ endforeach()
 
 configure_package_config_file(cmake/zeaConfig.cmake.in ${PROJECT_BINARY_DIR}/zeaConfig.cmake
   INSTALL_DESTINATION ${zea_cmake_dir})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeaConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zeaConfig.cmake ${PROJECT_BINARY_DIR}/zeaConfigVersion.cmake
   DESTINATION ${zea_cmake_dir})

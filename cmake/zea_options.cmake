@@ -11,6 +11,12 @@ if(ZEA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEA_CCACHE})
 endif()
 
+# As long as the major version is 0, every minor version may break what is linked against it.
+set(ZEA_SOVERSION ${PROJECT_VERSION_MAJOR})
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+  set(ZEA_SOVERSION 0.${PROJECT_VERSION_MINOR})
+endif()
+
 # zea_target(<target> [STANDARD <number>]): C++20 unless told otherwise, everything hidden that isn't marked, and the
 # warnings that the house insists on.
 function(zea_target target)

@@ -6,6 +6,7 @@
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
+#include <mutex>
 #include <string>
 
 namespace {
@@ -51,6 +52,10 @@ bool isCurlOnOurOpenSSL() {
 
 X509_STORE* obtainSystemCertificateStore() {
   // Never freed: connections that a host closes at the very end of the process still refer to it.
-  static X509_STORE* const store = createStore();
+  // One that could not be read is tried again with the next call.
+  static std::mutex mutex;
+  static X509_STORE* store = nullptr;
+  const std::lock_guard lock(mutex);
+  if (store == nullptr) store = createStore();
   return store;
 }

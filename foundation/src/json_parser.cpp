@@ -4,6 +4,10 @@
 // the library's own way to have them, boost/json/src.hpp, would bring all the rest along. They are inline, and what is
 // declared visible is hidden, because a host may have another release of the same library in its process.
 #include <boost/config.hpp>
+#include <boost/version.hpp>
+#if BOOST_VERSION / 100 != 1081
+#error "The parser's inner files move from release to release: it is built with Boost 1.81"
+#endif
 #undef BOOST_SYMBOL_VISIBLE
 #define BOOST_SYMBOL_VISIBLE
 #define BOOST_JSON_DECL inline

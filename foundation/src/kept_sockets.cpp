@@ -2,6 +2,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <set>
 
 namespace {
@@ -33,31 +36,46 @@ struct CloseDirectory {
   void operator()(DIR* directory) const noexcept { ::closedir(directory); }
 };
 
-// Those of the process, as far as they can be had. The standard library's iterator ends the process when there is no
-// memory for it.
-std::set<int> listLocalSockets() {
-  std::set<int> found;
+// Those of the process; nothing when they cannot be had. The standard library's iterator ends the process when there is
+// no memory for it.
+std::optional<std::set<int>> listLocalSockets() {
   const std::unique_ptr<DIR, CloseDirectory> directory(::opendir("/proc/self/fd"));
-  while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
+  if (!directory) return std::nullopt;
+  std::set<int> found;
+  while (const dirent* const entry = ::readdir(directory.get())) {
     const int descriptor = std::atoi(entry->d_name);
     if (isLocalSocket(descriptor)) found.insert(descriptor);
   }
   return found;
 }
 
+// One end holds the byte of a waking that nobody has taken yet, the other counts it as under way.
+bool isEndOfWakingPair(int descriptor) noexcept {
+  int received = 0;
+  int underWay = 0;
+  return ::ioctl(descriptor, FIONREAD, &received) == 0 && ::ioctl(descriptor, SIOCOUTQ, &underWay) == 0 &&
+         ((received == 1 && underWay == 0) || (received == 0 && underWay > 0));
+}
+
+// libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it. The
+// host's own threads open sockets too: what was there before, and what no waking went through, is left alone.
+void closeWakingPairOnExec(CURLM* multi, const std::set<int>& before) {
+  if (curl_multi_wakeup(multi) != CURLM_OK) return;
+  for (const int descriptor : listLocalSockets().value_or(std::set<int>())) {
+    if (before.count(descriptor) > 0 || !isEndOfWakingPair(descriptor)) continue;
+    // It fails for a descriptor that another thread has just closed.
+    static_cast<void>(::fcntl(descriptor, F_SETFD, FD_CLOEXEC));
+  }
+}
+
 }  // namespace
 
 void KeptConnections::open() {
   if (multi) return;
-  const std::set<int> before = listLocalSockets();
+  const std::optional<std::set<int>> before = listLocalSockets();
   multi.reset(curl_multi_init());
   if (!multi) throw std::bad_alloc();
-  // libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it.
-  for (const int descriptor : listLocalSockets()) {
-    if (before.count(descriptor) > 0) continue;
-    // It fails for a descriptor that another thread has just closed.
-    static_cast<void>(::fcntl(descriptor, F_SETFD, FD_CLOEXEC));
-  }
+  if (before) closeWakingPairOnExec(multi.get(), *before);
 }
 
 void KeptSockets::serve(CurlEasy& easy) {

@@ -24,8 +24,9 @@ bool ReplyReceiver::giveUp(ReplyFault fault) noexcept {
 bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
   headerBytes_ += line.size();
   if (headerBytes_ > maxHeaderBytes_) return giveUp(ReplyFault::HeadersTooLarge);
-  if (hasBody_) return true;  // a trailer
-  if (line.substr(0, 5) == "HTTP/") {
+  const bool isStatusLine = line.substr(0, 5) == "HTTP/";
+  if (hasBody_ || (hasWholeHead_ && !isStatusLine)) return true;  // a trailer
+  if (isStatusLine) {
     // The first head, or the one behind a preliminary one.
     hasWholeHead_ = false;
     packing_ = Packing::None;

@@ -125,10 +125,8 @@ void setTransportOptions(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   easy.set(CURLOPT_CONNECTTIMEOUT_MS,
            clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
   easy.set(CURLOPT_TIMEOUT_MS, clampMilliseconds(settings.requestTimeoutMs));
-#if LIBCURL_VERSION_NUM >= 0x075700
   // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
-#endif
 }
 
 void setRequestOptions(CurlEasy& easy, const RestCall& call, Transfer& transfer) {

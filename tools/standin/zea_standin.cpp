@@ -1,4 +1,5 @@
 #include "standin/zea_standin.h"
+#include "qx/defer.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -14,6 +15,7 @@
 #include <cerrno>
 #include <charconv>
 #include <condition_variable>
+#include <csignal>
 #include <deque>
 #include <filesystem>
 #include <future>
@@ -227,6 +229,12 @@ class Server::Implementation {
     const bool isBound =
         port == 0 ? (port_ = server_->bind_to_any_port(kAddress)) > 0 : server_->bind_to_port(kAddress, port);
     if (!isBound) throw std::runtime_error("The stand-in cannot listen on port " + std::to_string(port) + ".");
+    // The server's threads inherit what is blocked here: signals are for the program's own.
+    sigset_t all;
+    sigset_t before;
+    static_cast<void>(sigfillset(&all));  // none of these fails
+    static_cast<void>(pthread_sigmask(SIG_SETMASK, &all, &before));
+    const CODefer restore([&before] { static_cast<void>(pthread_sigmask(SIG_SETMASK, &before, nullptr)); });
     listening_ = std::async(std::launch::async, [this] { return server_->listen_after_bind(); });
     // `stop` has no effect before the library's loop has begun.
     while (!server_->is_running()) std::this_thread::sleep_for(1ms);

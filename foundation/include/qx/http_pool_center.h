@@ -8,7 +8,7 @@
 
 /// Keeps connections to servers open, so that the next call need not connect again. Serves one call at a time; a
 /// second one at the same time is safe, but makes a connection of its own. Nothing is shared between two pools but
-/// the certificates that the process trusts.
+/// the certificates that the process trusts. After a fork it stays the parent's: the child neither uses nor deletes it.
 class QX_API ICSHTTPPoolCenter {
  public:
   virtual ~ICSHTTPPoolCenter();

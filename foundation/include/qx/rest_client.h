@@ -12,8 +12,9 @@
 class ICSAppFactory;
 
 /// Makes calls: one after the other, on the caller's thread, which is blocked until the call has ended. Redirects are
-/// not followed, a POST is sent once and never again, environment variables and configuration files are not read,
-/// certificates are always verified.
+/// not followed, a POST is sent once and never again, certificates are always verified. No environment variable and no
+/// configuration file decides on proxy, credentials or trust; what OpenSSL and the C library's resolver read for
+/// themselves is theirs. libcurl looks a name up on a thread of its own.
 class QX_API ICSRestClient {
  public:
   virtual ~ICSRestClient();
