@@ -1,5 +1,4 @@
 #include "standin/zea_standin.h"
-#include "qx/defer.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -26,6 +25,7 @@
 #include <system_error>
 #include <thread>
 
+#include "qx/defer.h"
 #include "standin/standin_model.h"
 
 namespace standin {
