@@ -176,6 +176,7 @@ std::vector<Fault> makeOddButGood() {
       {"gzip a byte at a time", {.replies = {packed(gzipped())}, .isByteByByte = true}, kCode, "whole"},
       {"chunks with extensions", {{chunked("5;a=b;c=\"d\"\r\nwhole\r\n0;e\r\n\r\n")}}, kCode, "whole"},
       {"chunks with trailers", {{chunked("5\r\nwhole\r\n0\r\nX: 1\r\nContent-Length: 9\r\n\r\n")}}, kCode, "whole"},
+      {"a trailer behind no chunk", {{chunked("0\r\nContent-Length: x\r\n\r\n")}}, kCode},
       {"HTTP 1.0 without a length", {{"HTTP/1.0 200 OK\r\n\r\nwhole"}}, kCode, "whole"},
       {"HTTP 1.1 without a length", {{ok("\r\nwhole")}}, kCode, "whole"},
       {"lines without a carriage return", {{"HTTP/1.1 200 OK\nContent-Length: 5\n\nwhole"}}, kCode, "whole"},
