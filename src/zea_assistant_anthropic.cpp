@@ -37,8 +37,8 @@ class Call final : public ZEACall {
     const bool isAssigned = properties.isAssigned(kMaxTokens);
     body.addKeyValue(kMaxTokens)
         ->setIntValue(isAssigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
-    if (const std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
-      body.addKeyValue("system")->setStringValue(instructions);
+    if (std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
+      body.addKeyValue("system")->adoptStringValue(std::move(instructions));
     }
     COJsonValue* const messages = body.addKeyValue("messages");
     messages->setAsArray();

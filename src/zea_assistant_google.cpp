@@ -47,17 +47,18 @@ class Call final : public ZEACall {
 
   void writeBody(COJson& body, const std::string& text) const override {
     if (properties.sendsTemperature()) writeTemperature(*body.addKeyValue("generationConfig"));
-    if (const std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
-      body.addKeyValue("system_instruction")->addKeyValue("parts")->addKeyValue("text")->setStringValue(instructions);
+    if (std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
+      COJsonValue* const parts = body.addKeyValue("system_instruction")->addKeyValue("parts");
+      parts->addKeyValue("text")->adoptStringValue(std::move(instructions));
     }
     COJsonValue* const contents = body.addKeyValue("contents");
     contents->setAsArray();
     writeTurns(*contents, text);
   }
 
-  void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const override {
+  void writeTurn(COJsonValue& item, bool isAssistant, std::string text) const override {
     item.addKeyValue("role")->setStringValue(isAssistant ? "model" : "user");
-    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setStringValue(text);
+    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->adoptStringValue(std::move(text));
   }
 
   std::optional<std::string> readReply(const COJsonValue& body) const override {

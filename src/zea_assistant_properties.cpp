@@ -8,6 +8,7 @@
 #include "qx/json.h"
 #include "qx/text.h"
 #include "zea_json_read.h"
+#include "zea_text_writer.h"
 
 namespace {
 
@@ -17,14 +18,15 @@ bool accept(bool isAsItShouldBe) { return isAsItShouldBe || qxAssert(false); }
 // ---- The structure document: rendering one table, view or materialized view.
 
 /// Writes one CREATE statement behind a text. A walker for the stack of one function: the operations give false as
-/// soon as the description is rejected, and what they have written by then is taken back at the end.
+/// soon as the description is rejected, and what they have written by then is taken back at the end. Names and types
+/// are written as they stand: the text is for a model, and nobody executes it.
 class StatementWriter {
  public:
-  explicit StatementWriter(std::string& out) : out_(out) {}
+  explicit StatementWriter(ZEATextWriter& out) : out_(out) {}
 
   void write(std::string_view schemaName, std::string_view kind, const COJsonValue* object) {
-    const std::size_t begin = out_.size();
-    if (!accept(object != nullptr && writeStatement(schemaName, kind, *object))) out_.resize(begin);
+    const std::size_t begin = out_.obtainLength();
+    if (!accept(object != nullptr && writeStatement(schemaName, kind, *object))) out_.cutBack(begin);
   }
 
  private:
@@ -37,31 +39,31 @@ class StatementWriter {
         !absentOrOfKind(foreignKeys, COJsonValueType::Array)) {
       return false;
     }
-    out_.append("CREATE ").append(kind).append(" ");
-    if (!schemaName.empty()) writeName(schemaName).append(".");
-    writeName(*name).append(" (");
+    out_.put("CREATE ", kind, " ");
+    if (!schemaName.empty()) out_.put("`", schemaName, "`.");
+    out_.put("`", *name, "` (");
     // Without columns there is nothing that a key could refer to.
     if (fields->obtainArraySize() > 0 &&
         !(writeFields(*fields) && writePrimaryKey(primaryKey) && writeForeignKeys(foreignKeys))) {
       return false;
     }
-    out_.append(")");
+    out_.put(")");
     return true;
   }
 
   bool writeFields(const COJsonValue& fields) {
-    return writeList(fields, [this](const COJsonValue& field) {
+    return writeList(fields, [this](std::string_view separator, const COJsonValue& field) {
       const auto name = stringMember(field, "name");
       const auto type = stringMember(field, "type");
       if (!name || !type) return false;
-      writeName(*name).append(" ").append(*type);
+      out_.put(separator, "`", *name, "` ", *type);
       return true;
     });
   }
 
   bool writePrimaryKey(const COJsonValue* columns) {
     if (columns == nullptr || columns->obtainArraySize() == 0) return true;
-    out_.append(", PRIMARY KEY(");
+    out_.put(", PRIMARY KEY(");
     return writeNames(*columns);
   }
 
@@ -82,22 +84,22 @@ class StatementWriter {
       return false;
     }
     if (fields->obtainArraySize() == 0 || referenced->obtainArraySize() == 0) return true;  // this key is passed over
-    out_.append(", FOREIGN KEY(");
+    out_.put(", FOREIGN KEY(");
     if (!writeNames(*fields)) return false;
-    out_.append(" REFERENCES ");
-    if (schema != nullptr) writeName(schema->obtainStringView()).append(".");
-    writeName(*table).append("(");
+    out_.put(" REFERENCES ");
+    if (schema != nullptr) out_.put("`", schema->obtainStringView(), "`.");
+    out_.put("`", *table, "`(");
     return writeNames(*referenced);
   }
 
   /// Names with ", " between them, and the closing parenthesis.
   bool writeNames(const COJsonValue& names) {
-    const bool whole = writeList(names, [this](const COJsonValue& item) {
+    const bool whole = writeList(names, [this](std::string_view separator, const COJsonValue& item) {
       const auto name = stringIn(&item);
-      if (name) writeName(*name);
+      if (name) out_.put(separator, "`", *name, "`");
       return name.has_value();
     });
-    out_.append(")");
+    out_.put(")");
     return whole;
   }
 
@@ -105,16 +107,12 @@ class StatementWriter {
   bool writeList(const COJsonValue& list, WriteItem writeItem) {
     const std::size_t size = list.obtainArraySize();
     for (std::size_t index = 0; index < size; ++index) {
-      if (index > 0) out_.append(", ");
-      if (!writeItem(*list.obtainArrayItem(index))) return false;
+      if (!writeItem(index > 0 ? ", " : "", *list.obtainArrayItem(index))) return false;
     }
     return true;
   }
 
-  // Names and types are written as they stand: the text is for a model, and nobody executes it.
-  std::string& writeName(std::string_view name) { return out_.append("`").append(name).append("`"); }
-
-  std::string& out_;
+  ZEATextWriter& out_;
 };
 
 // ---- The structure document: reading it.
@@ -193,7 +191,9 @@ CMVariantMap renderSchema(const Schema& schema) {
   CMVariantList statements;
   forEachObject(schema, [&](std::string_view kind, const COJsonValue& object) {
     std::string statement;
-    StatementWriter(statement).write(qualifierOf(schema), kind, &object);
+    ZEATextWriter out(statement);
+    StatementWriter(out).write(qualifierOf(schema), kind, &object);
+    out.flush();
     statements.emplace_back(std::move(statement));
   });
   CMVariantMap map;
@@ -216,19 +216,22 @@ CMVariantMap renderCatalog(const Catalog& catalog) {
   return map;
 }
 
-/// Appends all statements, a line each, straight behind `out`: the prompt is made for every message, and lists of
+/// Appends all statements, a line each, straight behind `text`: the prompt is made for every message, and lists of
 /// statements in between cost more than the rendering itself.
-void writeInstructionLines(std::string& out, std::string documentText) {
+void writeInstructionLines(std::string& text, std::string documentText) {
+  text.reserve(text.size() + documentText.size() / 2);  // statements are shorter than that
+  ZEATextWriter out(text);
   const COJson document(std::move(documentText));
   for (const Catalog& catalog : readCatalogs(document)) {
-    if (catalog.name != nullptr) out.append(catalog.statement()).append("\n");
+    if (catalog.name != nullptr) out.put(catalog.statement(), "\n");
     forEachSchema(catalog, [&](const Schema& schema) {
       forEachObject(schema, [&](std::string_view kind, const COJsonValue& object) {
         StatementWriter(out).write(qualifierOf(schema), kind, &object);
-        out.append("\n");  // a rejected description leaves an empty line
+        out.put("\n");  // a rejected description leaves an empty line
       });
     });
   }
+  out.flush();
 }
 
 // ---- The store.
@@ -368,6 +371,7 @@ void ZEAAssistantProperties::appendSchemaInstructions(std::string& out) const {
 
 std::string ZEAAssistantProperties::obtainCombinedInstructions() const {
   std::string text;
+  text.reserve(userInstructions.size() + 2);
   if (!userInstructions.empty()) text.append(userInstructions).append("\n\n");
   for (const auto& kv : systemInstructions) text.append(*kv.second.stringIfAny()).append("\n");
   const std::size_t begin = text.size();

@@ -34,9 +34,9 @@ std::int64_t secondsSinceEpoch() {
   return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
-void writeMessage(COJsonValue& item, const char* role, const std::string& content) {
+void writeMessage(COJsonValue& item, const char* role, std::string content) {
   item.addKeyValue("role")->setStringValue(role);
-  item.addKeyValue("content")->setStringValue(content);
+  item.addKeyValue("content")->adoptStringValue(std::move(content));
 }
 
 }  // namespace
@@ -70,8 +70,8 @@ std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
 
 std::string ZEACall::errorText(const CMRestResourceResponse& response) const { return extractErrorText(response); }
 
-void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const {
-  writeMessage(item, isAssistant ? "assistant" : "user", text);
+void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, std::string text) const {
+  writeMessage(item, isAssistant ? "assistant" : "user", std::move(text));
 }
 
 std::optional<std::string> ZEACall::listingFailure(const ZEAAnswer& answer) const { return failureOfTransport(answer); }
@@ -102,14 +102,14 @@ void ZEACall::writeTemperature(COJsonValue& object) const {
 }
 
 void ZEACall::writeInstructions(COJsonValue& array, const char* role) const {
-  const std::string instructions = properties.obtainCombinedInstructions();
+  std::string instructions = properties.obtainCombinedInstructions();
   if (instructions.empty()) return;
-  writeMessage(*array.addArrayItem(), role, instructions);
+  writeMessage(*array.addArrayItem(), role, std::move(instructions));
 }
 
 void ZEACall::writeTurns(COJsonValue& array, const std::string& text) const {
-  for (const ZEAAssistantMemoryEntry& entry : memory_.obtainEntries(kTurnsAskedFor)) {
-    writeTurn(*array.addArrayItem(), entry.role == ZEARoleAssistant, entry.text);
+  for (ZEAAssistantMemoryEntry& entry : memory_.obtainEntries(kTurnsAskedFor)) {
+    writeTurn(*array.addArrayItem(), entry.role == ZEARoleAssistant, std::move(entry.text));
   }
   writeTurn(*array.addArrayItem(), false, text);
 }

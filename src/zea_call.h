@@ -74,7 +74,7 @@ class ZEACall {
   /// Fills the body, an empty object. It calls `writeTurns` behind the system prompt.
   virtual void writeBody(COJson& body, const std::string& text) const = 0;
   /// Fills the item of one turn. Default: "role", which is "assistant" or "user", and "content".
-  virtual void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const;
+  virtual void writeTurn(COJsonValue& item, bool isAssistant, std::string text) const;
   /// The reply's text out of a body; nothing when its form is not supported.
   virtual std::optional<std::string> readReply(const COJsonValue& body) const = 0;
 

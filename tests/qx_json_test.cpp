@@ -217,6 +217,26 @@ TEST(JsonBuilding, WritesEachKindOfContent) {
   EXPECT_EQ(COJson(document.obtainJsonString()).obtainKeyValue("string")->obtainStringValue(), text);
 }
 
+// Texts are looked through and kept in blocks.
+TEST(JsonBuilding, EscapesAtEveryPlaceOfTextsOfAnyLength) {
+  const std::vector<std::pair<char, std::string>> cases = {{'"', "\\\""},       {'\\', "\\\\"},    {'\n', "\\n"},
+                                                           {'\x1f', "\\u001f"}, {'\0', "\\u0000"}, {' ', " "},
+                                                           {'\x7f', "\x7f"},    {'\x80', "\x80"},  {'\xff', "\xff"}};
+  for (const std::size_t size : {1, 15, 16, 17, 33, 4095, 4096, 4097, 9000}) {
+    for (std::size_t place = size > 40 ? size - 20 : 0; place < size; ++place) {
+      for (const auto& [character, escaped] : cases) {
+        const std::string before(place, 'x');
+        const std::string after(size - place - 1, 'y');
+        COJson json;
+
+        json.addKeyValue("a")->adoptStringValue(before + character + after);
+
+        ASSERT_EQ(json.obtainJsonString(), "{\"a\":\"" + before + escaped + after + "\"}") << size << " " << place;
+      }
+    }
+  }
+}
+
 TEST(JsonBuilding, ReadsDoublesBackExactly) {
   for (std::uint64_t state = 1, i = 0; i < 20'000; ++i) {
     state = state * 6364136223846793005U + 1442695040888963407U;

@@ -10,6 +10,8 @@ namespace {
 // mapped and unmapped each time, which costs more than the parsing of what they hold.
 constexpr std::size_t kFirstBlockSize = 1024;
 constexpr std::size_t kLargestBlockSize = 64 * 1024;
+// A shorter text fits into the block that is being filled.
+constexpr std::size_t kLongestCopy = 4 * 1024;
 
 }  // namespace
 
@@ -37,8 +39,14 @@ std::string_view COJsonArena::copyText(std::string_view text) {
   if (text.empty()) return {};
   std::byte* place = allocate(text.size(), 1);
   std::memcpy(place, text.data(), text.size());
-  copiedBytes_ += text.size();
+  addedBytes_ += text.size();
   return {reinterpret_cast<const char*>(place), text.size()};
+}
+
+std::string_view COJsonArena::adoptText(std::string&& text) {
+  if (text.size() <= kLongestCopy) return copyText(text);
+  addedBytes_ += text.size();
+  return adopted_.emplace_front(std::move(text));
 }
 
 COJsonArena::Chunk* COJsonArena::createChunk(std::size_t capacity, Chunk* previous) {

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <forward_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,10 +27,12 @@ class COJsonArena {
 
   const std::string& obtainText() const noexcept { return text_; }
   std::string releaseText() noexcept { return std::move(text_); }
-  /// How many bytes of text, parsed and copied, the document holds.
-  std::size_t obtainTextBytes() const noexcept { return text_.size() + copiedBytes_; }
+  /// How many bytes of text, parsed and added, the document holds.
+  std::size_t obtainTextBytes() const noexcept { return text_.size() + addedBytes_; }
 
   std::string_view copyText(std::string_view text);
+  /// The same for a text that can be kept as it is, if it is a long one.
+  std::string_view adoptText(std::string&& text);
   /// A chunk for `capacity` children, to stand behind `previous`, which holds all children before it or is null.
   Chunk* createChunk(std::size_t capacity, Chunk* previous);
 
@@ -40,6 +44,11 @@ class COJsonArena {
   /// The child at `index`, which must be less than the number of children.
   static inline const COJsonValue& childOf(const Node& container, std::size_t index) noexcept;
 
+  /// The first of the chunk's children with that name, or null; `end` is how many children there are up to its end.
+  static inline const COJsonValue* findIn(Chunk& chunk, std::size_t end, std::string_view name) noexcept;
+  /// Makes reading what lies behind an object's members cheaper, if the node is an object.
+  static inline void fetchBeyond(const Node& node) noexcept;
+
   static bool isContainer(const Node& node) noexcept { return node.kind == Kind::Object || node.kind == Kind::Array; }
   static std::string_view keyOf(const Node& node) noexcept { return {node.keyBegin, node.keySize}; }
   static std::string_view textOf(const Node& node) noexcept { return {node.text.begin, node.text.size}; }
@@ -49,15 +58,17 @@ class COJsonArena {
   }
 
  private:
+  static inline bool isSame(const char* left, const char* right, std::size_t size) noexcept;
   std::byte* allocate(std::size_t size, std::size_t alignment);
   std::byte* addBlock(std::size_t size);
 
   std::string text_;
+  std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
   std::byte* block_ = nullptr;  // the block that is being filled
   std::size_t blockSize_ = 0;
   std::size_t used_ = 0;
-  std::size_t copiedBytes_ = 0;
+  std::size_t addedBytes_ = 0;
 };
 
 /// A run of children; their values follow it in memory. A parsed container has one chunk of exactly its size. Each
@@ -79,4 +90,42 @@ const COJsonValue& COJsonArena::childOf(const Node& container, std::size_t index
   Chunk* chunk = container.children.last;
   while (index < chunk->before) chunk = chunk->previous;
   return chunk->values()[index - chunk->before];
+}
+
+// Names are short: the loop is over before a call of memcmp would have begun.
+bool COJsonArena::isSame(const char* left, const char* right, std::size_t size) noexcept {
+  std::uint32_t leftWord = 0;
+  std::uint32_t rightWord = 0;
+  for (; size >= sizeof leftWord; size -= sizeof leftWord, left += sizeof leftWord, right += sizeof leftWord) {
+    std::memcpy(&leftWord, left, sizeof leftWord);
+    std::memcpy(&rightWord, right, sizeof rightWord);
+    if (leftWord != rightWord) return false;
+  }
+  for (; size > 0; --size) {
+    if (*left++ != *right++) return false;
+  }
+  return true;
+}
+
+const COJsonValue* COJsonArena::findIn(Chunk& chunk, std::size_t end, std::string_view name) noexcept {
+  const COJsonValue* child = chunk.values();
+  for (const COJsonValue* const last = child + (end - chunk.before); child != last; ++child) {
+    const std::string_view candidate = keyOf(child->node_);
+    if (candidate.size() == name.size() && isSame(candidate.data(), name.data(), name.size())) return child;
+  }
+  return nullptr;
+}
+
+// Where a large document is walked, half of the time would go by waiting for memory. The members of the next items, and
+// their texts, lie some way behind those of this one: they are asked for while this one is being read.
+void COJsonArena::fetchBeyond(const Node& node) noexcept {
+  constexpr std::uintptr_t kLine = 64;
+  constexpr std::uintptr_t kDistance = 24 * kLine;
+  if (node.kind != Kind::Object || node.children.count == 0) return;
+  const COJsonValue* const members = node.children.last->values();
+  const auto nodes = reinterpret_cast<std::uintptr_t>(members) + kDistance;
+  const auto texts = reinterpret_cast<std::uintptr_t>(members->node_.keyBegin) + kDistance;
+  for (const std::uintptr_t place : {nodes, nodes + kLine, texts, texts + kLine}) {
+    __builtin_prefetch(reinterpret_cast<const void*>(place));
+  }
 }

@@ -45,7 +45,7 @@ class TreeHandler {
   static constexpr std::size_t max_string_size = max_array_size;
   static constexpr std::size_t max_key_size = max_array_size;
 
-  TreeHandler(COJsonArena& arena, std::string_view input) : arena_(arena), input_(input) { waiting_.reserve(64); }
+  TreeHandler(COJsonArena& arena, std::string_view input) : arena_(arena), input_(input) { waiting_.reserve(32); }
 
   const Node& obtainRoot() const noexcept { return waiting_.front(); }
 

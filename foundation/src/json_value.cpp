@@ -26,58 +26,25 @@ ICOJsonValue::~ICOJsonValue() = default;
 
 bool COJsonValue::getIsValidJson() const noexcept { return node_.kind != Kind::Invalid; }
 
-COJsonValueType COJsonValue::obtainType() const noexcept {
-  switch (node_.kind) {
-    case Kind::Object:
-      return COJsonValueType::Object;
-    case Kind::Array:
-      return COJsonValueType::Array;
-    case Kind::String:
-      return COJsonValueType::String;
-    case Kind::Signed:
-    case Kind::Unsigned:
-      return COJsonValueType::Integer;
-    case Kind::Double:
-      return COJsonValueType::Double;
-    case Kind::Boolean:
-      return COJsonValueType::Boolean;
-    case Kind::New:
-    case Kind::Invalid:
-    case Kind::Null:
-      break;
-  }
-  return COJsonValueType::Null;
-}
-
 const COJsonValue* COJsonValue::obtainKeyValue(std::string_view key) const noexcept {
   if (node_.kind != Kind::Object) return nullptr;
-  const COJsonValue* found = nullptr;
-  std::size_t end = node_.children.count;
+  Chunk* chunk = node_.children.last;
+  const COJsonValue* found = COJsonArena::findIn(*chunk, node_.children.count, key);
   // Chunks are linked from the back, so a match in an earlier one takes the place of a later one's.
-  for (Chunk* chunk = node_.children.last; chunk != nullptr; chunk = chunk->previous) {
-    const COJsonValue* first = chunk->values();
-    const COJsonValue* last = first + (end - chunk->before);
-    const COJsonValue* match =
-        std::find_if(first, last, [key](const COJsonValue& child) { return COJsonArena::keyOf(child.node_) == key; });
-    if (match != last) found = match;
-    end = chunk->before;
+  for (; chunk->previous != nullptr; chunk = chunk->previous) {
+    if (const COJsonValue* const earlier = COJsonArena::findIn(*chunk->previous, chunk->before, key)) found = earlier;
   }
   return found;
 }
 
-std::size_t COJsonValue::obtainArraySize() const noexcept {
-  return node_.kind == Kind::Array ? node_.children.count : 0;
-}
-
 const COJsonValue* COJsonValue::obtainArrayItem(std::size_t index) const noexcept {
-  return index < obtainArraySize() ? &COJsonArena::childOf(node_, index) : nullptr;
+  if (index >= obtainArraySize()) return nullptr;
+  const COJsonValue& item = COJsonArena::childOf(node_, index);
+  COJsonArena::fetchBeyond(item.node_);
+  return &item;
 }
 
 std::string COJsonValue::obtainStringValue() const { return std::string(obtainStringView()); }
-
-std::string_view COJsonValue::obtainStringView() const noexcept {
-  return node_.kind == Kind::String ? COJsonArena::textOf(node_) : std::string_view();
-}
 
 std::int32_t COJsonValue::obtainIntValue() const noexcept {
   if (node_.kind == Kind::Unsigned) return std::numeric_limits<std::int32_t>::max();
@@ -128,6 +95,10 @@ bool COJsonValue::isEmptyObject() const noexcept { return node_.kind == Kind::Ob
 
 void COJsonValue::setStringValue(std::string_view value) {
   if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->copyText(value));
+}
+
+void COJsonValue::adoptStringValue(std::string value) {
+  if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->adoptText(std::move(value)));
 }
 
 void COJsonValue::setIntValue(std::int32_t value) {

@@ -1,5 +1,10 @@
 #include "json_writer.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -13,24 +18,45 @@ namespace {
 
 using Kind = COJsonArena::Kind;
 using Node = COJsonArena::Node;
-using Word = std::uint64_t;
-
-constexpr Word kEach = 0x0101010101010101;
 
 constexpr bool mustBeEscaped(char c) noexcept { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
-/// Sets the highest bit of each byte of the result whose byte in `word`, taken as 7 bits, is less than `limit`.
-constexpr Word findLess(Word word, Word limit) noexcept { return ~((word & kEach * 0x7F) + kEach * (0x80 - limit)); }
+// Texts are looked through a block at a time: prompts are long, and have little that must be escaped.
+#ifdef __SSE2__
 
-/// How many of the eight characters stand before the first one that must be escaped.
+constexpr std::size_t kBlockSize = 16;
+
+/// How many of the block's characters stand before the first one that must be escaped.
 std::size_t countPlain(const char* characters) noexcept {
-  Word word;
-  std::memcpy(&word, characters, sizeof word);
-  // The exclusive or turns the wanted character to 0. Characters above 0x7F are never escaped.
-  const Word found = (findLess(word, 0x20) | findLess(word ^ kEach * '"', 1) | findLess(word ^ kEach * '\\', 1)) &
-                     ~word & kEach * 0x80;
-  const int zeros = std::endian::native == std::endian::little ? std::countr_zero(found) : std::countl_zero(found);
-  return static_cast<std::size_t>(zeros) / 8;
+  const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(characters));
+  const __m128i isControl = _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
+  const __m128i isQuotation = _mm_cmpeq_epi8(block, _mm_set1_epi8('"'));
+  const __m128i isBackslash = _mm_cmpeq_epi8(block, _mm_set1_epi8('\\'));
+  const int found = _mm_movemask_epi8(_mm_or_si128(isControl, _mm_or_si128(isQuotation, isBackslash)));
+  return static_cast<std::size_t>(std::countr_zero(static_cast<std::uint32_t>(found) | 0x10000U));
+}
+
+#else
+
+constexpr std::size_t kBlockSize = 8;
+
+std::size_t countPlain(const char* characters) noexcept {
+  return static_cast<std::size_t>(std::find_if(characters, characters + kBlockSize, mustBeEscaped) - characters);
+}
+
+#endif
+
+/// Copies whole blocks, at most `size` characters, up to the first one that must be escaped. Gives how many characters
+/// before it have been copied; something of the block behind them may have been written as well.
+std::size_t copyPlain(const char* from, char* to, std::size_t size) noexcept {
+  std::size_t copied = 0;
+  while (size - copied >= kBlockSize) {
+    std::memcpy(to + copied, from + copied, kBlockSize);
+    const std::size_t plain = countPlain(from + copied);
+    if (plain < kBlockSize) return copied + plain;
+    copied += kBlockSize;  // a constant, so that the next block doesn't wait for the count
+  }
+  return copied;
 }
 
 /// Collects small pieces, since appending each to the text costs more than making it.
@@ -73,13 +99,13 @@ class Output {
 
   void putString(std::string_view value) {
     put('"');
-    while (value.size() >= sizeof(Word)) {
-      makeRoom(sizeof(Word));
-      std::memcpy(buffer_.data() + used_, value.data(), sizeof(Word));
-      const std::size_t plain = countPlain(value.data());
+    while (value.size() >= kBlockSize) {
+      makeRoom(kBlockSize);
+      const std::size_t plain =
+          copyPlain(value.data(), buffer_.data() + used_, std::min(value.size(), buffer_.size() - used_));
       used_ += plain;
       value.remove_prefix(plain);
-      if (plain == sizeof(Word)) continue;
+      if (value.empty() || !mustBeEscaped(value.front())) continue;
       putEscaped(value.front());
       value.remove_prefix(1);
     }
@@ -112,7 +138,7 @@ class Output {
   }
 
   std::string& text_;
-  std::array<char, 1024> buffer_;
+  std::array<char, 4096> buffer_;
   std::size_t used_ = 0;
 };
 

@@ -37,13 +37,13 @@ class QX_API COJsonValue {
 
   /// False only on a `COJson` whose text was not well-formed; such a document reads as null.
   bool getIsValidJson() const noexcept;
-  COJsonValueType obtainType() const noexcept;
+  inline COJsonValueType obtainType() const noexcept;
 
   /// The member of that name, compared byte for byte; the first one when the name occurs more than once. Null when
   /// there is none or the value is no object.
   const COJsonValue* obtainKeyValue(std::string_view key) const noexcept;
   /// The number of items; 0 when the value is no array.
-  std::size_t obtainArraySize() const noexcept;
+  inline std::size_t obtainArraySize() const noexcept;
   /// The item at `index`, from 0; null past the end or when the value is no array. Walking all items by index is
   /// linear in their number.
   const COJsonValue* obtainArrayItem(std::size_t index) const noexcept;
@@ -51,7 +51,7 @@ class QX_API COJsonValue {
   /// The string; empty for any other kind.
   std::string obtainStringValue() const;
   /// The same without a copy: borrowed, good as long as the document.
-  std::string_view obtainStringView() const noexcept;
+  inline std::string_view obtainStringView() const noexcept;
   /// The integer, held within 32 bits; 0 for any other kind.
   std::int32_t obtainIntValue() const noexcept;
   /// The number as floating point, an integer converted; 0 for any other kind.
@@ -71,6 +71,8 @@ class QX_API COJsonValue {
   /// null, a finite one so that it reads back exactly and is recognisable as floating point (1.0).
   void setAsArray();
   void setStringValue(std::string_view value);
+  /// The same with a text that the caller has no more use for: a long one is not copied.
+  void adoptStringValue(std::string value);
   void setIntValue(std::int32_t value);
   void setDoubleValue(double value);
   void setBoolValue(bool value);
@@ -83,7 +85,8 @@ class QX_API COJsonValue {
   friend class COJsonArena;
   struct Chunk;
 
-  enum class Kind : std::uint8_t { New, Invalid, Null, Object, Array, String, Signed, Unsigned, Double, Boolean };
+  // The first ones have the numbers of `COJsonValueType`.
+  enum class Kind : std::uint8_t { Null, Object, Array, String, Signed, Double, Boolean, Unsigned, New, Invalid };
 
   // A large document is mostly nodes, so a node is kept at 32 bytes. Names and strings are views of what the document
   // holds.
@@ -127,6 +130,21 @@ class QX_API COJsonValue {
   COJsonValue* addChild(std::string_view key);
   bool isEmptyObject() const noexcept;
 };
+
+// Reading goes through these for each value of a document, and a call would cost more than what they do.
+
+COJsonValueType COJsonValue::obtainType() const noexcept {
+  if (node_.kind <= Kind::Boolean) return static_cast<COJsonValueType>(node_.kind);
+  return node_.kind == Kind::Unsigned ? COJsonValueType::Integer : COJsonValueType::Null;
+}
+
+std::size_t COJsonValue::obtainArraySize() const noexcept {
+  return node_.kind == Kind::Array ? node_.children.count : 0;
+}
+
+std::string_view COJsonValue::obtainStringView() const noexcept {
+  return node_.kind == Kind::String ? std::string_view(node_.text.begin, node_.text.size) : std::string_view();
+}
 
 /// A document: the root value and the owner of all others.
 class QX_API COJson : public COJsonValue, public ICOJsonValue {
