@@ -2,12 +2,14 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <set>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "qx/qx.h"
@@ -222,6 +224,43 @@ TEST(RestClient, TrustsNobodyButTheGivenAuthorityAndTheRightName) {
     EXPECT_EQ(caller.get(url).code, code) << caFile;
   }
   EXPECT_EQ(std::ifstream(keyLog).peek(), std::ifstream::traits_type::eof());
+}
+
+TEST(RestClient, ReadsAuthoritiesAgainWhenTheirFileHasChanged) {
+  const TestAuthority ours;
+  const TestAuthority other;
+  const standin::Server server(ours.issue("IP:127.0.0.1"));
+  const std::string file = ours.file() + ".used";
+  const CODefer cleanup([&file] { std::remove(file.c_str()); });
+  const std::vector<std::pair<std::string, std::int32_t>> cases = {
+      {ours.file(), 404}, {other.file(), CMRestCode::UnknownAuthority}, {ours.file(), 404}};
+  for (const auto& [content, code] : cases) {
+    std::filesystem::copy_file(content, file + ".new");
+    std::filesystem::rename(file + ".new", file);
+    Caller caller;
+    caller.settings.caFile = file;
+
+    EXPECT_EQ(caller.get(server.url()).code, code);
+  }
+}
+
+// One libcurl handle serves all calls of a pool.
+TEST(RestClient, LeavesNothingOfACallToTheNext) {
+  RawServer server({{{okReply("{}"), okReply("{}")}}});
+  Caller caller;
+  COJson body(R"({"a":1})");
+  caller.settings.userAgent = "Tool/1";
+  EXPECT_EQ(caller.post(server.url() + "/a?key=1", &body).code, CMRestCode::Success);
+  caller.settings = {};
+  caller.settings.proxyURL = "http://127.0.0.1:" + std::to_string(RawServer({}).port());
+  caller.settings.proxyBypass.clear();
+  EXPECT_EQ(caller.post(server.url() + "/a", &body).code, CMRestCode::ConnectionRefused);
+  caller.settings = {};
+
+  EXPECT_EQ(caller.get(server.url()).code, CMRestCode::Success);
+
+  EXPECT_EQ(server.requests().at(1), "GET / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+                                         "\r\nUser-Agent: libqx/0.1.0\r\nAccept: */*\r\nAccept-Encoding: gzip\r\n\r\n");
 }
 
 TEST(RestClient, KeepsTheBodyOfAFailedStatusAndFollowsNoRedirect) {

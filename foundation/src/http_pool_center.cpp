@@ -45,11 +45,11 @@ QXHTTPPoolCenter* QXHTTPPoolCenter::obtainFrom(ICSHTTPPoolCenter* pool) noexcept
   return dynamic_cast<QXHTTPPoolCenter*>(pool);
 }
 
-QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool)
+QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool, const std::string& trustedAuthorities)
     : pool_(pool != nullptr && !pool->isBusy_.exchange(true) ? pool : nullptr),
       connections_(pool_ != nullptr ? pool_->connections_ : own_) {
   try {
-    connections_.open();
+    connections_.open(trustedAuthorities);
   } catch (...) {
     if (pool_ != nullptr) pool_->isBusy_ = false;
     throw;
@@ -58,6 +58,7 @@ QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool)
 }
 
 QXHTTPPoolCenter::Lease::~Lease() {
+  if (!connections_.easy->isComplete()) connections_.easy.reset();
   if (pool_ == nullptr) return;
   if (pool_->cancelSource_) pool_->cancelSource_->state_->end();
   pool_->isBusy_ = false;

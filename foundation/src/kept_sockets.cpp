@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/sockios.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,12 +15,13 @@
 #include <new>
 #include <optional>
 #include <set>
+#include <utility>
 
 namespace {
 
 // True when something was there, if only the end.
 bool empty(curl_socket_t socket) noexcept {
-  std::array<char, 4096> unasked{};
+  std::array<char, 4096> unasked;
   ssize_t size = ::recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT);
   const bool hasSpoken = size >= 0;
   while (size > 0) size = ::recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT);
@@ -57,25 +59,56 @@ bool isEndOfWakingPair(int descriptor) noexcept {
          ((received == 1 && underWay == 0) || (received == 0 && underWay > 0));
 }
 
-// libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it. The
-// host's own threads open sockets too: what was there before, and what no waking went through, is left alone.
-void closeWakingPairOnExec(CURLM* multi, const std::set<int>& before) {
-  if (curl_multi_wakeup(multi) != CURLM_OK) return;
+void closeOnExec(int descriptor) noexcept {
+  // It fails for a descriptor that another thread has just closed.
+  static_cast<void>(::fcntl(descriptor, F_SETFD, FD_CLOEXEC));
+}
+
+/// The two descriptors that the process gives out next, unless another thread is faster.
+std::array<int, 2> obtainNextDescriptors() noexcept {
+  const std::array<int, 2> next{::eventfd(0, EFD_CLOEXEC), ::eventfd(0, EFD_CLOEXEC)};
+  for (const int descriptor : next) ::close(descriptor);
+  return next;
+}
+
+// libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it.
+CurlMulti createMulti() {
+  const std::array<int, 2> next = obtainNextDescriptors();
+  CurlMulti multi(curl_multi_init());
+  if (!multi) throw std::bad_alloc();
+  if (curl_multi_wakeup(multi.get()) != CURLM_OK) return multi;
+  const bool isPair = std::all_of(next.begin(), next.end(), [](int descriptor) {
+    return isLocalSocket(descriptor) && isEndOfWakingPair(descriptor);
+  });
+  if (isPair) std::for_each(next.begin(), next.end(), closeOnExec);
+  return isPair ? std::move(multi) : nullptr;
+}
+
+// The host's own threads open sockets too: what was there before, and what no waking went through, is left alone. All
+// descriptors of the process are looked at, which takes a host with thousands of them a while.
+CurlMulti createMultiAmongThreads() {
+  const std::optional<std::set<int>> before = listLocalSockets();
+  CurlMulti multi(curl_multi_init());
+  if (!multi) throw std::bad_alloc();
+  if (!before || curl_multi_wakeup(multi.get()) != CURLM_OK) return multi;
   for (const int descriptor : listLocalSockets().value_or(std::set<int>())) {
-    if (before.count(descriptor) > 0 || !isEndOfWakingPair(descriptor)) continue;
-    // It fails for a descriptor that another thread has just closed.
-    static_cast<void>(::fcntl(descriptor, F_SETFD, FD_CLOEXEC));
+    if (before->count(descriptor) == 0 && isEndOfWakingPair(descriptor)) closeOnExec(descriptor);
   }
+  return multi;
 }
 
 }  // namespace
 
-void KeptConnections::open() {
+void KeptConnections::open(const std::string& trustedAuthorities) {
+  if (multi && authorities != trustedAuthorities) {
+    easy.reset();
+    multi.reset();
+  }
+  if (!easy) easy.emplace();
   if (multi) return;
-  const std::optional<std::set<int>> before = listLocalSockets();
-  multi.reset(curl_multi_init());
-  if (!multi) throw std::bad_alloc();
-  if (before) closeWakingPairOnExec(multi.get(), *before);
+  authorities = trustedAuthorities;
+  multi = createMulti();
+  if (!multi) multi = createMultiAmongThreads();
 }
 
 void KeptSockets::serve(CurlEasy& easy) {

@@ -1,6 +1,8 @@
 // The sockets behind the connections that a libcurl multi handle keeps.
 #pragma once
 
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "curl_handle.h"
@@ -26,11 +28,15 @@ class KeptSockets {
   std::vector<curl_socket_t> sockets_;
 };
 
-/// A multi handle and its sockets; the members are in the order of their ends.
+/// A multi handle, its sockets, and the easy handle of one call after the other. The members are in the order of their
+/// ends.
 struct KeptConnections {
   KeptSockets sockets;
   CurlMulti multi;
+  std::optional<CurlEasy> easy;
+  std::string authorities;  // the file of those that the connections trust
 
-  /// Makes the multi handle unless there is one. Throws `std::bad_alloc`.
-  void open();
+  /// Makes the handles unless they are there. Connections that trust other authorities are given up. Throws
+  /// `std::bad_alloc`.
+  void open(const std::string& trustedAuthorities);
 };

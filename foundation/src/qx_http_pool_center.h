@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "kept_sockets.h"
 #include "qx/http_pool_center.h"
@@ -36,14 +37,17 @@ class QXHTTPPoolCenter final : public ICSHTTPPoolCenter {
 /// or the pool is busy. While it has the pool's, the pool's cancel source acts on it.
 class QXHTTPPoolCenter::Lease {
  public:
-  /// Throws `std::bad_alloc`.
-  explicit Lease(QXHTTPPoolCenter* pool);
+  /// For connections that trust the authorities of that file, or the system's when it is empty. Throws
+  /// `std::bad_alloc`.
+  Lease(QXHTTPPoolCenter* pool, const std::string& trustedAuthorities);
   ~Lease();
   Lease(const Lease&) = delete;
   Lease& operator=(const Lease&) = delete;
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
+  /// New, or with the options of the call before. What those pointed at has gone.
+  CurlEasy& obtainEasy() const noexcept { return *connections_.easy; }
   bool isCancelled() const noexcept;
 
  private:

@@ -11,7 +11,7 @@
 
 /// What is to be sent, checked and encoded.
 struct RestCall {
-  std::string url;
+  CurlURL url;
   CurlList headerLines;
   std::string userAgent;
   std::optional<std::string> postBody;  // a GET without it

@@ -28,9 +28,8 @@ bool areSendable(const CMRestParamList& query) {
 /// The request as it is going to be sent, or the code of what is wrong with it.
 std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session, const CMRestGlobalSettings& settings,
                      std::string_view contentType, RestCall& call) {
-  std::optional<std::string> url = createURL(request.obtainURL(), request.obtainQueryParams());
-  if (!url) return CMRestCode::InvalidURL;
-  call.url = *std::move(url);
+  call.url = createURL(request.obtainURL(), request.obtainQueryParams());
+  if (!call.url) return CMRestCode::InvalidURL;
   if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
   if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
   const CMRestParamList noHeaders;

@@ -4,7 +4,6 @@
 #include <new>
 #include <string_view>
 
-#include "curl_handle.h"
 #include "qx/text.h"
 #include "rest_headers.h"
 
@@ -70,10 +69,12 @@ void appendQuery(std::string& target, const CMRestParamList& query) {
   }
 }
 
-bool isReadable(const std::string& url, unsigned flags) {
-  const CurlURL parsed(curl_url());
+/// Null when it cannot be read.
+CurlURL read(const std::string& url, unsigned flags) {
+  CurlURL parsed(curl_url());
   if (!parsed) throw std::bad_alloc();
-  return curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), flags) == CURLUE_OK;
+  if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), flags) != CURLUE_OK) parsed.reset();
+  return parsed;
 }
 
 bool isHTTPScheme(std::string_view scheme) noexcept {
@@ -86,27 +87,26 @@ bool isProxyURL(const std::string& url) {
   if (url.find('\0') != std::string::npos) return false;
   const std::size_t schemeEnd = url.find(kSeparator);
   if (schemeEnd != std::string::npos && !isHTTPScheme(std::string_view(url).substr(0, schemeEnd))) return false;
-  return isReadable(url, CURLU_GUESS_SCHEME);
+  return read(url, CURLU_GUESS_SCHEME) != nullptr;
 }
 
-std::optional<std::string> createURL(const std::string& url, const CMRestParamList& query) {
+CurlURL createURL(const std::string& url, const CMRestParamList& query) {
   const std::string_view text = url;
   const std::size_t schemeEnd = text.find(kSeparator);
-  if (schemeEnd == std::string_view::npos) return std::nullopt;
-  if (!isHTTPScheme(text.substr(0, schemeEnd))) return std::nullopt;
+  if (schemeEnd == std::string_view::npos) return nullptr;
+  if (!isHTTPScheme(text.substr(0, schemeEnd))) return nullptr;
 
   const std::size_t hostBegin = schemeEnd + kSeparator.size();
   const std::size_t pathBegin = std::min(text.find_first_of("/?#", hostBegin), text.size());
-  if (pathBegin == hostBegin) return std::nullopt;  // libcurl would take the path's first segment for the host
+  if (pathBegin == hostBegin) return nullptr;  // libcurl would take the path's first segment for the host
   // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading,
   // and an escaped delete character, which it would send unescaped.
   std::string result(text.substr(0, pathBegin));
   if (result.find('\0') != std::string::npos || result.find("%7F") != std::string::npos ||
       result.find("%7f") != std::string::npos) {
-    return std::nullopt;
+    return nullptr;
   }
   appendPathAndQuery(result, text.substr(pathBegin, std::min(text.find('#', pathBegin), text.size()) - pathBegin));
   appendQuery(result, query);
-  if (!isReadable(result, 0)) return std::nullopt;
-  return result;
+  return read(result, 0);
 }
