@@ -69,7 +69,7 @@ class Call final : public ZEACall {
       const auto name = stringMember(model, "id");
       const auto date = stringMember(model, "created_at");
       if (name && date && stringMember(model, "type") == "model") {
-        models.push_back({sortKeyOf(*converter, *date), *name});
+        models.push_back({sortKeyOf(*converter, *date), std::string(*name)});
       }
     });
     return newestFirst(std::move(models));

@@ -115,11 +115,14 @@ void ZEACall::writeTurns(COJsonValue& array, const std::string& text) const {
 }
 
 std::vector<std::string> ZEACall::newestFirst(std::vector<DatedModel> models) {
-  std::stable_sort(models.begin(), models.end(),
-                   [](const DatedModel& left, const DatedModel& right) { return left.date > right.date; });
+  // Only numbers move while they are sorted.
+  std::vector<std::pair<std::int64_t, std::size_t>> order;
+  order.reserve(models.size());
+  for (const DatedModel& model : models) order.emplace_back(-std::int64_t{model.date}, order.size());
+  std::sort(order.begin(), order.end());
   std::vector<std::string> names;
   names.reserve(models.size());
-  for (const DatedModel& model : models) names.emplace_back(model.name);
+  for (const auto& [date, index] : order) names.push_back(std::move(models[index].name));
   return names;
 }
 

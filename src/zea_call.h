@@ -109,7 +109,7 @@ class ZEACall {
   /// A model and when it was made.
   struct DatedModel {
     std::int32_t date;
-    std::string_view name;
+    std::string name;
   };
   /// The names, those of greater dates first, those of one date in the order given.
   static std::vector<std::string> newestFirst(std::vector<DatedModel> models);

@@ -51,7 +51,7 @@ std::optional<std::vector<std::string>> ZEAOpenAICall::readModels(const COJsonVa
   forEachItem(*data, [&](const COJsonValue& model) {
     const auto name = stringMember(model, "id");
     const auto date = sortKey(model);
-    if (name && date && stringMember(model, "object") == "model") models.push_back({*date, *name});
+    if (name && date && stringMember(model, "object") == "model") models.push_back({*date, std::string(*name)});
   });
   return newestFirst(std::move(models));
 }

@@ -46,8 +46,8 @@ std::size_t countPlain(const char* characters) noexcept {
 
 #endif
 
-/// Copies whole blocks, at most `size` characters, up to the first one that must be escaped. Gives how many characters
-/// before it have been copied; something of the block behind them may have been written as well.
+/// Copies up to the first character that must be escaped, `size` characters at most. Gives how many it has copied; some
+/// of what follows may have been written behind them.
 std::size_t copyPlain(const char* from, char* to, std::size_t size) noexcept {
   std::size_t copied = 0;
   while (size - copied >= kBlockSize) {
@@ -56,6 +56,7 @@ std::size_t copyPlain(const char* from, char* to, std::size_t size) noexcept {
     if (plain < kBlockSize) return copied + plain;
     copied += kBlockSize;  // a constant, so that the next block doesn't wait for the count
   }
+  for (; copied < size && !mustBeEscaped(from[copied]); ++copied) to[copied] = from[copied];
   return copied;
 }
 
@@ -99,17 +100,16 @@ class Output {
 
   void putString(std::string_view value) {
     put('"');
-    while (value.size() >= kBlockSize) {
-      makeRoom(kBlockSize);
-      const std::size_t plain =
-          copyPlain(value.data(), buffer_.data() + used_, std::min(value.size(), buffer_.size() - used_));
+    while (!value.empty()) {
+      makeRoom(1);
+      char* const to = buffer_.data() + used_;
+      const std::size_t plain = copyPlain(value.data(), to, std::min(value.size(), buffer_.size() - used_));
       used_ += plain;
       value.remove_prefix(plain);
       if (value.empty() || !mustBeEscaped(value.front())) continue;
       putEscaped(value.front());
       value.remove_prefix(1);
     }
-    for (const char c : value) mustBeEscaped(c) ? putEscaped(c) : put(c);
     put('"');
   }
 
