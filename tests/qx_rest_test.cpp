@@ -244,9 +244,9 @@ TEST(RestClient, ReadsAuthoritiesAgainWhenTheirFileHasChanged) {
   }
 }
 
-// One libcurl handle serves all calls of a pool.
+// One libcurl handle serves all calls of a pool, and one URL those that have it in common.
 TEST(RestClient, LeavesNothingOfACallToTheNext) {
-  RawServer server({{{okReply("{}"), okReply("{}")}}});
+  RawServer server({{{okReply("{}"), okReply("{}"), okReply("{}")}}});
   Caller caller;
   COJson body(R"({"a":1})");
   caller.settings.userAgent = "Tool/1";
@@ -257,9 +257,10 @@ TEST(RestClient, LeavesNothingOfACallToTheNext) {
   EXPECT_EQ(caller.post(server.url() + "/a", &body).code, CMRestCode::ConnectionRefused);
   caller.settings = {};
 
-  EXPECT_EQ(caller.get(server.url()).code, CMRestCode::Success);
+  EXPECT_EQ(caller.get(server.url(), {{"key", "1"}}).code, CMRestCode::Success);
+  EXPECT_EQ(caller.get(server.url(), {{"key", "2"}}).code, CMRestCode::Success);
 
-  EXPECT_EQ(server.requests().at(1), "GET / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+  EXPECT_EQ(server.requests().at(2), "GET /?key=2 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
                                          "\r\nUser-Agent: libqx/0.1.0\r\nAccept: */*\r\nAccept-Encoding: gzip\r\n\r\n");
 }
 

@@ -47,7 +47,7 @@ class COJsonArena {
   /// The first of the chunk's children with that name, or null; `end` is how many children there are up to its end.
   static inline const COJsonValue* findIn(Chunk& chunk, std::size_t end, std::string_view name) noexcept;
   /// Makes reading what lies behind an object's members cheaper, if the node is an object.
-  static inline void fetchBeyond(const Node& node) noexcept;
+  static void fetchBeyond(const Node& node) noexcept;
 
   static bool isContainer(const Node& node) noexcept { return node.kind == Kind::Object || node.kind == Kind::Array; }
   static std::string_view keyOf(const Node& node) noexcept { return {node.keyBegin, node.keySize}; }
@@ -117,10 +117,11 @@ const COJsonValue* COJsonArena::findIn(Chunk& chunk, std::size_t end, std::strin
 }
 
 // Where a large document is walked, half of the time would go by waiting for memory. The members of the next items, and
-// their texts, lie some way behind those of this one: they are asked for while this one is being read.
-void COJsonArena::fetchBeyond(const Node& node) noexcept {
+// their texts, lie some way behind those of this one: they are asked for while this one is being read. Were it not
+// always inlined, the compiler would leave the call out as one without effects.
+[[gnu::always_inline]] inline void COJsonArena::fetchBeyond(const Node& node) noexcept {
   constexpr std::uintptr_t kLine = 64;
-  constexpr std::uintptr_t kDistance = 24 * kLine;
+  constexpr std::uintptr_t kDistance = 64 * kLine;
   if (node.kind != Kind::Object || node.children.count == 0) return;
   const COJsonValue* const members = node.children.last->values();
   const auto nodes = reinterpret_cast<std::uintptr_t>(members) + kDistance;

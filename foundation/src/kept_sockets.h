@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "curl_handle.h"
+#include "rest_url.h"
 
 /// Opens and closes them in libcurl's place. Must outlive the multi handle. Serves one thread at a time.
 class KeptSockets {
@@ -28,13 +29,14 @@ class KeptSockets {
   std::vector<curl_socket_t> sockets_;
 };
 
-/// A multi handle, its sockets, and the easy handle of one call after the other. The members are in the order of their
-/// ends.
+/// A multi handle, its sockets, and the easy handle and the URL of one call after the other. The members are in the
+/// order of their ends.
 struct KeptConnections {
   KeptSockets sockets;
   CurlMulti multi;
   std::optional<CurlEasy> easy;
   std::string authorities;  // the file of those that the connections trust
+  RestURL url;
 
   /// Makes the handles unless they are there. Connections that trust other authorities are given up. Throws
   /// `std::bad_alloc`.

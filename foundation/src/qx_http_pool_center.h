@@ -46,6 +46,10 @@ class QXHTTPPoolCenter::Lease {
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
+  /// The request's URL, as `RestURL` gives it.
+  CURLU* obtainURL(const CMRestRequest& request) const {
+    return connections_.url.obtain(request.obtainURL(), request.obtainQueryParams());
+  }
   /// New, or with the options of the call before. What those pointed at has gone.
   CurlEasy& obtainEasy() const noexcept { return *connections_.easy; }
   bool isCancelled() const noexcept;

@@ -144,7 +144,6 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
 
 /// Sets whatever one request may have and another not, so that nothing is left of the one before.
 void setRequest(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
-  easy.set(CURLOPT_CURLU, call.url.get());
   easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
   easy.set(CURLOPT_HTTPHEADER, call.headerLines.get());
   easy.set(CURLOPT_HEADERDATA, &transfer);
@@ -224,10 +223,13 @@ bool initializeCurl() {
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
+  CURLU* const url = lease.obtainURL(call.request);
+  if (url == nullptr) return {CMRestCode::InvalidURL, {}};
   Transfer transfer(settings);
   CurlEasy& easy = lease.obtainEasy();
   if (easy.isNew()) setStandingOptions(easy, lease.obtainSockets());
   setSettings(easy, settings);
+  easy.set(CURLOPT_CURLU, url);
   setRequest(easy, call, transfer);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
   lease.obtainSockets().cutOffSpoilt();

@@ -6,15 +6,16 @@
 #include <string>
 
 #include "curl_handle.h"
+#include "qx/rest_request.h"
 #include "qx/rest_settings.h"
 #include "qx_http_pool_center.h"
 
-/// What is to be sent, checked and encoded.
+/// What is to be sent, checked and encoded but for the request's URL.
 struct RestCall {
-  CurlURL url;
-  CurlList headerLines;
-  std::string userAgent;
-  std::optional<std::string> postBody;  // a GET without it
+  const CMRestRequest& request;  // borrowed for the life of the call
+  CurlList headerLines = {};
+  std::string userAgent = {};
+  std::optional<std::string> postBody = {};  // a GET without it
 };
 
 struct RestResult {

@@ -28,8 +28,6 @@ bool areSendable(const CMRestParamList& query) {
 /// The request as it is going to be sent, or the code of what is wrong with it.
 std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session, const CMRestGlobalSettings& settings,
                      std::string_view contentType, RestCall& call) {
-  call.url = createURL(request.obtainURL(), request.obtainQueryParams());
-  if (!call.url) return CMRestCode::InvalidURL;
   if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
   if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
   const CMRestParamList noHeaders;
@@ -60,7 +58,7 @@ class RestClient final : public ICSRestClient {
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
     const CMRestGlobalSettings settings = settings_ != nullptr ? *settings_ : CMRestGlobalSettings();
-    RestCall call;
+    RestCall call{.request = *request};
     call.postBody = std::move(postBody);
     const std::int32_t code = prepare(*request, session_, settings, contentType, call);
     if (code != CMRestCode::Success) return {code, {}};

@@ -81,17 +81,7 @@ bool isHTTPScheme(std::string_view scheme) noexcept {
   return isSameIgnoringCase(scheme, "http") || isSameIgnoringCase(scheme, "https");
 }
 
-}  // namespace
-
-bool isProxyURL(const std::string& url) {
-  if (url.find('\0') != std::string::npos) return false;
-  const std::size_t schemeEnd = url.find(kSeparator);
-  if (schemeEnd != std::string::npos && !isHTTPScheme(std::string_view(url).substr(0, schemeEnd))) return false;
-  return read(url, CURLU_GUESS_SCHEME) != nullptr;
-}
-
-CurlURL createURL(const std::string& url, const CMRestParamList& query) {
-  const std::string_view text = url;
+CurlURL createURL(std::string_view text, const CMRestParamList& query) {
   const std::size_t schemeEnd = text.find(kSeparator);
   if (schemeEnd == std::string_view::npos) return nullptr;
   if (!isHTTPScheme(text.substr(0, schemeEnd))) return nullptr;
@@ -109,4 +99,22 @@ CurlURL createURL(const std::string& url, const CMRestParamList& query) {
   appendPathAndQuery(result, text.substr(pathBegin, std::min(text.find('#', pathBegin), text.size()) - pathBegin));
   appendQuery(result, query);
   return read(result, 0);
+}
+
+}  // namespace
+
+bool isProxyURL(const std::string& url) {
+  if (url.find('\0') != std::string::npos) return false;
+  const std::size_t schemeEnd = url.find(kSeparator);
+  if (schemeEnd != std::string::npos && !isHTTPScheme(std::string_view(url).substr(0, schemeEnd))) return false;
+  return read(url, CURLU_GUESS_SCHEME) != nullptr;
+}
+
+CURLU* RestURL::obtain(const std::string& url, const CMRestParamList& query) {
+  if (created_ && url == url_ && query == query_) return created_.get();
+  created_.reset();  // none is taken for another's should memory run out
+  url_ = url;
+  query_ = query;
+  created_ = createURL(url, query);
+  return created_.get();
 }
