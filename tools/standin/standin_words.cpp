@@ -82,7 +82,7 @@ class SelectWriter {
       if (index > 0) columns += ", ";
       columns += quote(relation_.name) + "." + quote(relation_.columns[index]);
     }
-    if (columns.empty()) columns = "*";
+    if (columns.empty()) columns += '*';
     if (key == nullptr) return head(columns) + "\nLIMIT 20;";
     return head(columns + describingColumn(*key)) + join(*key) + "\nLIMIT 20;";
   }
