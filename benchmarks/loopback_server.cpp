@@ -3,6 +3,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -23,6 +24,13 @@ struct Socket {
 };
 
 }  // namespace
+
+void allowManyFiles() {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) throw std::runtime_error("no limit of open files");
+  files.rlim_cur = files.rlim_max;
+  if (setrlimit(RLIMIT_NOFILE, &files) != 0) throw std::runtime_error("the limit of open files stays");
+}
 
 LoopbackServer::LoopbackServer(std::string body, const standin::TlsIdentity* identity)
     : reply_("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
@@ -53,11 +61,18 @@ std::string LoopbackServer::url() const {
 }
 
 void LoopbackServer::accept() {
-  std::vector<std::thread> connections;
   for (int client = 0; (client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
-    connections.emplace_back([this, client] { serve(client); });
+    const std::lock_guard lock(mutex_);
+    ++serving_;
+    // Not kept: what ended threads leave until they are joined would grow with every connection.
+    std::thread([this, client] {
+      serve(client);
+      const std::lock_guard endLock(mutex_);
+      if (--serving_ == 0) idle_.notify_all();
+    }).detach();
   }
-  for (std::thread& connection : connections) connection.join();  // clients have gone by then
+  std::unique_lock lock(mutex_);
+  idle_.wait(lock, [this] { return serving_ == 0; });  // clients have gone by then
 }
 
 void LoopbackServer::serve(int client) const {

@@ -4,17 +4,22 @@
 
 #include <openssl/types.h>
 
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "standin/zea_standin.h"
+
+/// Hundreds of connections take more files than a process may have open by default. Throws `std::runtime_error`.
+void allowManyFiles();
 
 class LoopbackServer {
  public:
   /// Plain http, or https with an identity. `body` is the reply's.
   explicit LoopbackServer(std::string body, const standin::TlsIdentity* identity = nullptr);
+  /// Waits for the end of its connections: clients go before it.
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
@@ -30,6 +35,9 @@ class LoopbackServer {
   std::shared_ptr<SSL_CTX> context_;
   int listener_ = -1;
   int port_ = 0;
+  std::mutex mutex_;
+  std::condition_variable idle_;
+  int serving_ = 0;  // connections, guarded by the mutex
   std::thread accepting_;
 };
 

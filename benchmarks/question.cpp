@@ -1,0 +1,70 @@
+#include "question.h"
+
+#include <utility>
+
+#include "structure_document.h"
+
+namespace {
+
+// What a document holds beside the names and types that are rendered makes it this many times as long, and a little.
+constexpr std::size_t kDocumentBytesPerPromptByte = 7;
+
+std::string render(const std::string& document) {
+  const Assistant assistant = createAssistant("", nullptr);
+  std::string prompt;
+  assistant->updateProperties([&](IZEAProperties* properties) {
+    properties->setValue("db_structure", document);
+    prompt = *properties->obtainValue("combined_instructions").stringIfAny();
+  });
+  return prompt;
+}
+
+void addMessage(COJsonValue& messages, const char* role, const std::string& content) {
+  COJsonValue* const item = messages.addArrayItem();
+  item->addKeyValue("role")->setStringValue(role);
+  item->addKeyValue("content")->setStringValue(content);
+}
+
+}  // namespace
+
+Assistant createAssistant(const std::string& url, IZEAAssistantMemory* memory, const std::string& key) {
+  Assistant assistant(ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, QX::createHTTPPoolCenter(), key, url, memory));
+  setProperty(*assistant, "model", "m");
+  return assistant;
+}
+
+void setProperty(IZEAAssistant& assistant, const char* name, const std::string& value) {
+  assistant.updateProperties([&](IZEAProperties* properties) { properties->setValue(name, value); });
+}
+
+std::string ask(IZEAAssistant& assistant) {
+  auto [reply, failure] = assistant.addMessage(kQuestion);
+  ZEAFreeObject(reply);
+  return std::move(failure);
+}
+
+std::string promptOf(std::size_t bytes) {
+  std::string prompt = render(createStructureDocument(kDocumentBytesPerPromptByte * bytes));
+  prompt.resize(prompt.rfind('\n', bytes - 1) + 1);
+  return prompt;
+}
+
+std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemoryEntry>& turns) {
+  COJson body;
+  body.addKeyValue("model")->setStringValue("m");
+  COJsonValue* const messages = body.addKeyValue("messages");
+  // The library sets the user's instructions apart from what follows them.
+  if (!prompt.empty()) addMessage(*messages, "developer", prompt + "\n\n");
+  for (const ZEAAssistantMemoryEntry& turn : turns) {
+    addMessage(*messages, turn.role == ZEARoleAssistant ? "assistant" : "user", turn.text);
+  }
+  addMessage(*messages, "user", kQuestion);
+  return body.obtainJsonString();
+}
+
+Peer::Peer(bool isSecure, std::string reply)
+    : identity_(authority_.issue("IP:127.0.0.1")), server_(std::move(reply), isSecure ? &identity_ : nullptr) {
+  CMRestGlobalSettings settings;
+  settings.caFile = caFile();
+  ZEASetHTTPSettings(settings);
+}

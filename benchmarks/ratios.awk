@@ -1,0 +1,37 @@
+# Joins aims.txt with measures, lines of "name,value,unit", into lines of
+# "section,what,size,value,unit,yardstick,value of the yardstick,ratio,aim,met". What was not measured is left out.
+
+function trim(text) {
+  gsub(/^ +| +$/, "", text)
+  return text
+}
+
+function met(ratio, aim) {
+  if (ratio == "" || aim == "-") return "-"
+  if (sub(/^>=/, "", aim)) return ratio + 0 >= aim + 0 ? "yes" : "no"
+  return ratio + 0 <= aim + 0 ? "yes" : "no"
+}
+
+FNR == 1 { FS = "," }
+FILENAME ~ /aims\.txt$/ {
+  if (split($0, field, "|") != 7 || /^#/) next
+  for (i = 1; i <= 7; ++i) row[rows + 1, i] = trim(field[i])
+  ++rows
+  next
+}
+{
+  value[$1] = $2
+  unit[$1] = $3
+}
+
+END {
+  for (i = 1; i <= rows; ++i) {
+    measure = row[i, 2]
+    yardstick = row[i, 3]
+    if (!(measure in value)) continue
+    if (measure != yardstick && !(yardstick in value)) continue
+    ratio = value[yardstick] > 0 ? sprintf("%.3f", value[measure] / value[yardstick]) : ""
+    printf "%s,%s,%s,%s,%s,%s,%s,%s,%s,%s\n", row[i, 1], row[i, 5], row[i, 6], value[measure], unit[measure],
+      row[i, 7], value[yardstick], ratio, row[i, 4], met(ratio, row[i, 4])
+  }
+}
