@@ -32,9 +32,12 @@ LibcurlCaller::LibcurlCaller(const std::string& url, const std::string* body)
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, collect);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, &reply_);
-  if (body == nullptr) return;
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->size()));
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body->c_str());
+  if (body != nullptr) setBody(*body);
+}
+
+void LibcurlCaller::setBody(const std::string& body) {
+  curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  curl_easy_setopt(handle_.get(), CURLOPT_POSTFIELDS, body.c_str());
 }
 
 void LibcurlCaller::trust(const std::string& caFile) {

@@ -14,6 +14,8 @@ class LibcurlCaller {
   /// Posts the body, or gets where it is null. Not owned; must outlive this object.
   LibcurlCaller(const std::string& url, const std::string* body);
 
+  /// From now on another body is posted. Not owned; must outlive the calls.
+  void setBody(const std::string& body);
   /// Trusts the authorities of a PEM file instead of the system's. It is parsed for each connection.
   void trust(const std::string& caFile);
   /// Trusts those of a store, which is ready. Not owned; must outlive this object.

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kFirstBlockSize = 1024;
 constexpr std::size_t kLargestBlockSize = 64 * 1024;
 // A shorter text fits into the block that is being filled.
-constexpr std::size_t kLongestCopy = 4 * 1024;
+constexpr std::size_t kLongestCopy = 512;
 
 }  // namespace
 

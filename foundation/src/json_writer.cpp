@@ -138,7 +138,7 @@ class Output {
   }
 
   std::string& text_;
-  std::array<char, 4096> buffer_;
+  std::array<char, 2048> buffer_;
   std::size_t used_ = 0;
 };
 

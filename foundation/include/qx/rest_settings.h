@@ -16,7 +16,8 @@ struct CMRestGlobalSettings {
   /// Hosts that are reached directly although there is a proxy, separated by commas. A name stands for the domains
   /// below it too, "*" for every host, and an address may be a range such as "10.0.0.0/8". Empty: none.
   std::string proxyBypass = "localhost,127.0.0.1,::1";
-  /// A PEM file with the certificate authorities to trust instead of the system's. Empty: the system's.
+  /// A PEM file with the certificate authorities to trust instead of the system's. It is read once, and again when it
+  /// has changed. Empty: the system's, which are read once.
   std::string caFile;
   /// Empty: the name and version of libqx.
   std::string userAgent;
