@@ -58,3 +58,14 @@ const std::string& LibcurlCaller::call() {
   if (curl_easy_perform(handle_.get()) != CURLE_OK) reply_.clear();
   return reply_;
 }
+
+const std::string& LibcurlCaller::callThrough(CURLM* multi) {
+  reply_.clear();
+  curl_multi_add_handle(multi, handle_.get());
+  int running = 1;
+  while (curl_multi_perform(multi, &running) == CURLM_OK && running > 0) {
+    curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+  }
+  curl_multi_remove_handle(multi, handle_.get());
+  return reply_;
+}

@@ -23,6 +23,8 @@ class LibcurlCaller {
 
   /// The body of the reply, empty when the call failed. Borrowed until the next call.
   const std::string& call();
+  /// The same over the connections of a multi handle, so that the next caller finds them. Not owned.
+  const std::string& callThrough(CURLM* multi);
 
  private:
   std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_;

@@ -244,7 +244,16 @@ TEST(RestClient, ReadsAuthoritiesAgainWhenTheirFileHasChanged) {
   }
 }
 
-// One libcurl handle serves all calls of a pool, and one URL those that have it in common.
+// A header's continuation in front of all headers was once added to a header of the reply before, which had been freed.
+TEST(RestClient, RefusesAReplyThatBeginsWithTheContinuationOfAHeader) {
+  RawServer server({{{okReply("first"), "HTTP/1.1 200 OK\r\n folded: 1\r\nContent-Length: 6\r\n\r\nsecond"}}});
+  Caller caller;
+  EXPECT_EQ(caller.get(server.url()).body(), "first");
+
+  EXPECT_EQ(caller.get(server.url()).code, CMRestCode::TransferFailed);
+}
+
+// The calls of a pool have the URL in common.
 TEST(RestClient, LeavesNothingOfACallToTheNext) {
   RawServer server({{{okReply("{}"), okReply("{}"), okReply("{}")}}});
   Caller caller;

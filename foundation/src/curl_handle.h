@@ -51,7 +51,6 @@ class CurlEasy {
     static_assert(std::is_same_v<Value, long> || std::is_same_v<Value, curl_off_t> || std::is_pointer_v<Value> ||
                       std::is_null_pointer_v<Value>,
                   "libcurl reads options as these types and nothing converts on the way");
-    isNew_ = false;
     CURLcode result = CURLE_OK;
     if constexpr (std::is_null_pointer_v<Value>) {
       result = curl_easy_setopt(handle_.get(), option, static_cast<void*>(nullptr));
@@ -60,8 +59,6 @@ class CurlEasy {
     }
     if (result != CURLE_OK) isComplete_ = false;
   }
-  /// True until an option is set.
-  bool isNew() const noexcept { return isNew_; }
   /// True when every option could be set.
   bool isComplete() const noexcept { return isComplete_; }
 
@@ -75,6 +72,5 @@ class CurlEasy {
 
  private:
   std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>> handle_;
-  bool isNew_ = true;
   bool isComplete_ = true;
 };

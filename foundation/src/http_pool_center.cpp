@@ -58,7 +58,6 @@ QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool, const std::string& truste
 }
 
 QXHTTPPoolCenter::Lease::~Lease() {
-  if (!connections_.easy->isComplete()) connections_.easy.reset();
   if (pool_ == nullptr) return;
   if (pool_->cancelSource_) pool_->cancelSource_->state_->end();
   pool_->isBusy_ = false;

@@ -100,11 +100,7 @@ CurlMulti createMultiAmongThreads() {
 }  // namespace
 
 void KeptConnections::open(const std::string& trustedAuthorities) {
-  if (multi && authorities != trustedAuthorities) {
-    easy.reset();
-    multi.reset();
-  }
-  if (!easy) easy.emplace();
+  if (authorities != trustedAuthorities) multi.reset();
   if (multi) return;
   authorities = trustedAuthorities;
   multi = createMulti();

@@ -1,7 +1,6 @@
 // The sockets behind the connections that a libcurl multi handle keeps.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,16 +28,14 @@ class KeptSockets {
   std::vector<curl_socket_t> sockets_;
 };
 
-/// A multi handle, its sockets, and the easy handle and the URL of one call after the other. The members are in the
-/// order of their ends.
+/// A multi handle, its sockets, and the URL of one call after the other. The members are in the order of their ends.
 struct KeptConnections {
   KeptSockets sockets;
   CurlMulti multi;
-  std::optional<CurlEasy> easy;
   std::string authorities;  // the file of those that the connections trust
   RestURL url;
 
-  /// Makes the handles unless they are there. Connections that trust other authorities are given up. Throws
+  /// Makes the multi handle unless it is there. Connections that trust other authorities are given up. Throws
   /// `std::bad_alloc`.
   void open(const std::string& trustedAuthorities);
 };

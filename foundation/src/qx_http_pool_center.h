@@ -50,8 +50,6 @@ class QXHTTPPoolCenter::Lease {
   CURLU* obtainURL(const CMRestRequest& request) const {
     return connections_.url.obtain(request.obtainURL(), request.obtainQueryParams());
   }
-  /// New, or with the options of the call before. What those pointed at has gone.
-  CurlEasy& obtainEasy() const noexcept { return *connections_.easy; }
   bool isCancelled() const noexcept;
 
  private:
