@@ -71,7 +71,8 @@ std::array<int, 2> obtainNextDescriptors() noexcept {
   return next;
 }
 
-// libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it.
+// libcurl keeps the pair of sockets that it is woken with to itself, and programs that a host starts would get it. Null
+// when the pair isn't where it was expected.
 CurlMulti createMulti() {
   const std::array<int, 2> next = obtainNextDescriptors();
   CurlMulti multi(curl_multi_init());
