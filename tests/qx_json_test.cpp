@@ -222,7 +222,7 @@ TEST(JsonBuilding, EscapesAtEveryPlaceOfTextsOfAnyLength) {
   const std::vector<std::pair<char, std::string>> cases = {{'"', "\\\""},       {'\\', "\\\\"},    {'\n', "\\n"},
                                                            {'\x1f', "\\u001f"}, {'\0', "\\u0000"}, {' ', " "},
                                                            {'\x7f', "\x7f"},    {'\x80', "\x80"},  {'\xff', "\xff"}};
-  for (const std::size_t size : {1, 15, 16, 17, 33, 4095, 4096, 4097, 9000}) {
+  for (const std::size_t size : std::initializer_list<std::size_t>{1, 15, 16, 17, 33, 4095, 4096, 4097, 9000}) {
     for (std::size_t place = size > 40 ? size - 20 : 0; place < size; ++place) {
       for (const auto& [character, escaped] : cases) {
         const std::string before(place, 'x');
