@@ -70,9 +70,10 @@ class KeptStore {
     const std::lock_guard lock(mutex_);
     const FileState state = obtainState(file);
     if (!store_ || file != file_ || state != state_) {
-      store_ = createStore(file);
+      store_.reset();  // none is taken for another's should memory run out
       file_ = file;
       state_ = state;
+      store_ = createStore(file);
     }
     if (!store_ || X509_STORE_up_ref(store_.get()) != 1) return nullptr;
     return Store(store_.get());

@@ -116,7 +116,7 @@ const COJsonValue* COJsonArena::findIn(Chunk& chunk, std::size_t end, std::strin
   return nullptr;
 }
 
-// Where a large document is walked, half of the time would go by waiting for memory. The members of the next items, and
+// Where a large document is walked, much of the time would go by waiting for memory. The members of the next items, and
 // their texts, lie some way behind those of this one: they are asked for while this one is being read. Were it not
 // always inlined, the compiler would leave the call out as one without effects.
 [[gnu::always_inline]] inline void COJsonArena::fetchBeyond(const Node& node) noexcept {

@@ -64,31 +64,26 @@ int leaveVerdictAlone(int isTrusted, X509_STORE_CTX* /*chain*/) {
 
 CURLcode setUpContext(CURL* /*easy*/, void* sslContext, void* authorities) {
   auto* const context = static_cast<SSL_CTX*>(sslContext);
-  if (!trustAuthorities(context, *static_cast<const std::string*>(authorities))) return CURLE_SSL_CACERT_BADFILE;
+  try {
+    if (!trustAuthorities(context, *static_cast<const std::string*>(authorities))) return CURLE_SSL_CACERT_BADFILE;
+  } catch (const std::bad_alloc&) {
+    return CURLE_OUT_OF_MEMORY;
+  }
   SSL_CTX_set_verify(context, SSL_VERIFY_PEER, leaveVerdictAlone);
   // SSLKEYLOGFILE in the environment would make libcurl write down what opens recorded connections.
   SSL_CTX_set_keylog_callback(context, nullptr);
   return CURLE_OK;
 }
 
-// Where libcurl looks itself: its own folder of authorities would count beside a file.
-void setTrustedPlaces(CurlEasy& easy, const char* file, const char* folder) {
+// Where libcurl looks itself; its own folder of authorities would count beside the file.
+void setTrustedFile(CurlEasy& easy, const char* file) {
   easy.set(CURLOPT_CAINFO, file);
-  easy.set(CURLOPT_CAPATH, folder);
+  easy.set(CURLOPT_CAPATH, nullptr);
   easy.set(CURLOPT_PROXY_CAINFO, file);
-  easy.set(CURLOPT_PROXY_CAPATH, folder);
+  easy.set(CURLOPT_PROXY_CAPATH, nullptr);
 }
 
-void setTrustedAuthorities(CurlEasy& easy, const std::string& file) {
-  if (isCurlOnOurOpenSSL()) {
-    easy.set(CURLOPT_SSL_CTX_DATA, &file);
-    return;
-  }
-  const curl_version_info_data* const version = curl_version_info(CURLVERSION_NOW);
-  setTrustedPlaces(easy, file.empty() ? version->cainfo : file.c_str(), file.empty() ? version->capath : nullptr);
-}
-
-void setStandingTLSOptions(CurlEasy& easy) {
+void setTLSOptions(CurlEasy& easy, const std::string& trustedFile) {
   constexpr long kOldestVersion = CURL_SSLVERSION_TLSv1_2;
   constexpr long kSameName = 2;
   easy.set(CURLOPT_SSLVERSION, kOldestVersion);
@@ -97,11 +92,13 @@ void setStandingTLSOptions(CurlEasy& easy) {
   easy.set(CURLOPT_PROXY_SSLVERSION, kOldestVersion);
   easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
   easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
-  // A resumed session would pass without a look at the certificate.
-  easy.set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
-  if (!isCurlOnOurOpenSSL()) return;
-  setTrustedPlaces(easy, nullptr, nullptr);
-  easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
+  if (isCurlOnOurOpenSSL()) {
+    setTrustedFile(easy, nullptr);
+    easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
+    easy.set(CURLOPT_SSL_CTX_DATA, &trustedFile);
+  } else if (!trustedFile.empty()) {
+    setTrustedFile(easy, trustedFile.c_str());
+  }
 }
 
 void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
@@ -122,7 +119,6 @@ void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
   // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
   sockets.serve(easy);
-  setStandingTLSOptions(easy);
 }
 
 long clampMilliseconds(std::int64_t milliseconds) {
@@ -137,7 +133,7 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   easy.set(CURLOPT_CONNECTTIMEOUT_MS,
            clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
   easy.set(CURLOPT_TIMEOUT_MS, clampMilliseconds(settings.requestTimeoutMs));
-  setTrustedAuthorities(easy, settings.caFile);
+  setTLSOptions(easy, settings.caFile);
 }
 
 void setRequest(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
