@@ -126,10 +126,9 @@ std::vector<std::string> ZEACall::newestFirst(std::vector<DatedModel> models) {
   return names;
 }
 
-std::string ZEACall::urlOf(const ZEAPath& path) const {
-  std::vector<std::string> items = {properties.apiHost};
-  items.insert(items.end(), path.begin(), path.end());
-  return qxConcatURL(items);
+std::string ZEACall::urlOf(ZEAPath path) const {
+  path.insert(path.begin(), properties.apiHost);
+  return qxConcatURL(path);
 }
 
 std::pair<IZEAMessage*, std::string> ZEACall::failedMessage(const char* text) const {

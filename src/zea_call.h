@@ -117,7 +117,7 @@ class ZEACall {
   const ZEAAssistantProperties& properties;
 
  private:
-  std::string urlOf(const ZEAPath& path) const;
+  std::string urlOf(ZEAPath path) const;
   std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
   std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;
 

@@ -6,9 +6,9 @@
 
 namespace {
 
-// Blocks grow from the size of a small request to one that the C library still serves from its heap: larger ones are
+// Blocks grow to one that the C library still serves from its heap: larger ones are
 // mapped and unmapped each time, which costs more than the parsing of what they hold.
-constexpr std::size_t kFirstBlockSize = 1024;
+constexpr std::size_t kSecondBlockSize = 2048;
 constexpr std::size_t kLargestBlockSize = 64 * 1024;
 // A shorter text fits into the block that is being filled.
 constexpr std::size_t kLongestCopy = 512;
@@ -26,7 +26,7 @@ std::byte* COJsonArena::allocate(std::size_t size, std::size_t alignment) {
     used_ = offset + size;
     return block_ + offset;
   }
-  const std::size_t nextSize = std::clamp(blockSize_ * 2, kFirstBlockSize, kLargestBlockSize);
+  const std::size_t nextSize = std::clamp(blockSize_ * 2, kSecondBlockSize, kLargestBlockSize);
   // Something large gets a block of its own, so that the rest of the current one isn't lost.
   if (size > nextSize / 4) return addBlock(size);
   block_ = addBlock(nextSize);

@@ -1,6 +1,7 @@
 // Where the values and texts of one JSON document live.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -65,8 +66,10 @@ class COJsonArena {
   std::string text_;
   std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
-  std::byte* block_ = nullptr;  // the block that is being filled
-  std::size_t blockSize_ = 0;
+  // Enough for a small document. With it the arena is just as large as what the C library hands out fastest.
+  alignas(std::max_align_t) std::array<std::byte, 880> first_;
+  std::byte* block_ = first_.data();  // the block that is being filled
+  std::size_t blockSize_ = first_.size();
   std::size_t used_ = 0;
   std::size_t addedBytes_ = 0;
 };

@@ -19,6 +19,9 @@ namespace {
 using Kind = COJsonArena::Kind;
 using Node = COJsonArena::Node;
 
+// Few documents are deeper.
+constexpr std::size_t kUsualDepth = 8;
+
 constexpr bool mustBeEscaped(char c) noexcept { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
 // Texts are looked through a block at a time: prompts are long, and have little that must be escaped.
@@ -174,6 +177,7 @@ struct OpenContainer {
 void qxWriteJson(const COJsonArena::Node& root, std::string& text) {
   Output output(text);
   std::vector<OpenContainer> open;
+  open.reserve(kUsualDepth);
   for (const Node* node = &root;;) {
     if (COJsonArena::isContainer(*node)) {
       open.push_back({node, 0});

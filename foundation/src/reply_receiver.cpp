@@ -4,17 +4,7 @@
 #include <system_error>
 
 #include "rest_headers.h"
-
-namespace {
-
-std::string_view trim(std::string_view text) noexcept {
-  constexpr std::string_view kSpace = " \t\r\n";
-  const std::size_t begin = text.find_first_not_of(kSpace);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
-}
-
-}  // namespace
+#include "text_view.h"
 
 bool ReplyReceiver::giveUp(ReplyFault fault) noexcept {
   fault_ = fault;
@@ -33,18 +23,21 @@ bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
     length_.reset();
     return true;
   }
-  if (trim(line).empty()) hasWholeHead_ = true;
+  if (qxTrim(line).empty()) hasWholeHead_ = true;
   const std::size_t colon = line.find(':');
-  return colon == std::string_view::npos || takeField(line.substr(0, colon), trim(line.substr(colon + 1)));
+  return colon == std::string_view::npos || takeField(line.substr(0, colon), line.substr(colon + 1));
 }
 
 bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noexcept {
-  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(value);
+  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(qxTrim(value));
   if (isSameIgnoringCase(name, "Transfer-Encoding")) {
+    value = qxTrim(value);
     const bool isKnown = isSameIgnoringCase(value, "chunked") || isSameIgnoringCase(value, "identity");
     return isKnown || giveUp(ReplyFault::Malformed);
   }
-  if (!isSameIgnoringCase(name, "Content-Encoding") || isSameIgnoringCase(value, "identity")) return true;
+  if (!isSameIgnoringCase(name, "Content-Encoding")) return true;
+  value = qxTrim(value);
+  if (isSameIgnoringCase(value, "identity")) return true;
   const bool isGzip = isSameIgnoringCase(value, "gzip") || isSameIgnoringCase(value, "x-gzip");
   packing_ = isGzip && packing_ == Packing::None ? Packing::Gzip : Packing::Unknown;
   return true;
