@@ -46,9 +46,9 @@ class QXHTTPPoolCenter::Lease {
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
-  /// The request's URL, as `RestURL` gives it.
-  CURLU* obtainURL(const CMRestRequest& request) const {
-    return connections_.url.obtain(request.obtainURL(), request.obtainQueryParams());
+  /// Makes the request's URL that of the transfer, as `RestURL` does.
+  bool direct(CurlEasy& easy, const CMRestRequest& request) const {
+    return connections_.url.direct(easy, request.obtainURL(), request.obtainQueryParams());
   }
   bool isCancelled() const noexcept;
 

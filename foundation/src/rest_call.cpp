@@ -212,15 +212,13 @@ bool initializeCurl() {
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
-  CURLU* const url = lease.obtainURL(call.request);
-  if (url == nullptr) return {CMRestCode::InvalidURL, {}};
   Transfer transfer(settings);
   // A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
   // continuation of a header.
   CurlEasy easy;
+  if (!lease.direct(easy, call.request)) return {CMRestCode::InvalidURL, {}};
   setStandingOptions(easy, lease.obtainSockets());
   setSettings(easy, settings);
-  easy.set(CURLOPT_CURLU, url);
   setRequest(easy, call, transfer);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
   lease.obtainSockets().cutOffSpoilt();

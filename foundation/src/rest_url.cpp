@@ -4,8 +4,8 @@
 #include <new>
 #include <string_view>
 
-#include "qx/text.h"
 #include "rest_headers.h"
+#include "text_view.h"
 
 namespace {
 
@@ -65,12 +65,12 @@ void appendQuery(std::string& target, const CMRestParamList& query) {
     }
     appendEncoded(target, name, kUnreserved);
     target += '=';
-    appendEncoded(target, qxTrimAsString(value), kUnreserved);
+    appendEncoded(target, qxTrim(value), kUnreserved);
   }
 }
 
 /// Null when it cannot be read.
-CurlURL read(const std::string& url, unsigned flags) {
+CurlURL parse(const std::string& url, unsigned flags) {
   CurlURL parsed(curl_url());
   if (!parsed) throw std::bad_alloc();
   if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), flags) != CURLUE_OK) parsed.reset();
@@ -81,24 +81,25 @@ bool isHTTPScheme(std::string_view scheme) noexcept {
   return isSameIgnoringCase(scheme, "http") || isSameIgnoringCase(scheme, "https");
 }
 
-CurlURL createURL(std::string_view text, const CMRestParamList& query) {
+/// Empty when it is seen to be none.
+std::string encodeURL(std::string_view text, const CMRestParamList& query) {
   const std::size_t schemeEnd = text.find(kSeparator);
-  if (schemeEnd == std::string_view::npos) return nullptr;
-  if (!isHTTPScheme(text.substr(0, schemeEnd))) return nullptr;
+  if (schemeEnd == std::string_view::npos) return {};
+  if (!isHTTPScheme(text.substr(0, schemeEnd))) return {};
 
   const std::size_t hostBegin = schemeEnd + kSeparator.size();
   const std::size_t pathBegin = std::min(text.find_first_of("/?#", hostBegin), text.size());
-  if (pathBegin == hostBegin) return nullptr;  // libcurl would take the path's first segment for the host
+  if (pathBegin == hostBegin) return {};  // libcurl would take the path's first segment for the host
   // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading,
   // and an escaped delete character, which it would send unescaped.
   std::string result(text.substr(0, pathBegin));
   if (result.find('\0') != std::string::npos || result.find("%7F") != std::string::npos ||
       result.find("%7f") != std::string::npos) {
-    return nullptr;
+    return {};
   }
   appendPathAndQuery(result, text.substr(pathBegin, std::min(text.find('#', pathBegin), text.size()) - pathBegin));
   appendQuery(result, query);
-  return read(result, 0);
+  return result;
 }
 
 }  // namespace
@@ -107,14 +108,20 @@ bool isProxyURL(const std::string& url) {
   if (url.find('\0') != std::string::npos) return false;
   const std::size_t schemeEnd = url.find(kSeparator);
   if (schemeEnd != std::string::npos && !isHTTPScheme(std::string_view(url).substr(0, schemeEnd))) return false;
-  return read(url, CURLU_GUESS_SCHEME) != nullptr;
+  return parse(url, CURLU_GUESS_SCHEME) != nullptr;
 }
 
-CURLU* RestURL::obtain(const std::string& url, const CMRestParamList& query) {
-  if (created_ && url == url_ && query == query_) return created_.get();
-  created_.reset();  // none is taken for another's should memory run out
-  url_ = url;
-  query_ = query;
-  created_ = createURL(url, query);
-  return created_.get();
+bool RestURL::direct(CurlEasy& easy, const std::string& url, const CMRestParamList& query) {
+  if (!parsed_ || url != url_ || query != query_) {
+    parsed_.reset();  // none is taken for another's should memory run out
+    url_ = url;
+    query_ = query;
+    encoded_ = encodeURL(url, query);
+    parsed_ = parse(encoded_, 0);
+  }
+  if (!parsed_) return false;
+  // Without the text libcurl would put it together again from the parts.
+  easy.set(CURLOPT_URL, encoded_.c_str());
+  easy.set(CURLOPT_CURLU, parsed_.get());
+  return true;
 }

@@ -9,16 +9,17 @@
 /// The URL of one call after the other, which is mostly the same. Serves one thread at a time.
 class RestURL {
  public:
-  /// The URL with the query parameters behind its own, as libcurl has read it. What may not stand in a path or a query
-  /// is percent-encoded, what is already encoded stays; the query parameters' values are trimmed. A fragment is
-  /// dropped, since it is never sent. Null when the URL cannot be read or its scheme is neither http nor https. Not
-  /// owned; good until the next time.
-  CURLU* obtain(const std::string& url, const CMRestParamList& query);
+  /// Makes the URL with the query parameters behind its own that of the transfer. What may not stand in a path or a
+  /// query is percent-encoded, what is already encoded stays; the query parameters' values are trimmed. A fragment is
+  /// dropped, since it is never sent. False when the URL cannot be read or its scheme is neither http nor https. The
+  /// transfer must end before the next time.
+  bool direct(CurlEasy& easy, const std::string& url, const CMRestParamList& query);
 
  private:
   std::string url_;
   CMRestParamList query_;
-  CurlURL created_;
+  std::string encoded_;  // empty when the URL cannot be called
+  CurlURL parsed_;       // the same, as libcurl has read it
 };
 
 /// True for what may be named as a proxy: a readable URL of http or https, or one without a scheme.
