@@ -39,8 +39,8 @@ TEST(RestClient, SendsAPostExactlyAsItIsAskedFor) {
 
   EXPECT_EQ(answer.code, CMRestCode::Success);
   EXPECT_EQ(server.requests().at(0), "POST /v1/chat HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                                         "\r\nUser-Agent: Tool/1\r\nAccept: */*\r\nAccept-Encoding: gzip\r\n"
-                                         "Authorization: Bearer abc\r\nContent-Type: application/json\r\n"
+                                         "\r\nAccept: */*\r\nAuthorization: Bearer abc\r\nUser-Agent: Tool/1\r\n"
+                                         "Accept-Encoding: gzip\r\nContent-Type: application/json\r\n"
                                          "Content-Length: 17\r\n\r\n{\"a\":\"x\",\"b\":[1]}");
 }
 
@@ -87,11 +87,13 @@ TEST(RestClient, LetsARequestsHeaderReplaceTheSessions) {
   caller.session.addHeaderParam(" x-one ", "session");
   caller.session.addHeaderParam("X-Two", "session");
 
-  caller.get(server.url(), {}, {{"x-TWO", "request"}, {"X-Empty", " "}, {"Content-Type", "text/x"}});
+  caller.get(server.url(), {},
+             {{"x-TWO", "request"}, {"X-Empty", " "}, {"Content-Type", "text/x"}, {"user-agent", "Tool/2"}});
 
   const std::string request = server.requests().at(0);
   EXPECT_EQ(request.substr(request.find("X-One")),
-            "X-One: session\r\nx-TWO: request\r\nX-Empty:\r\nContent-Type: text/x\r\n\r\n");
+            "X-One: session\r\nx-TWO: request\r\nX-Empty:\r\nContent-Type: text/x\r\nuser-agent: Tool/2\r\n"
+            "Accept-Encoding: gzip\r\n\r\n");
 }
 
 TEST(RestClient, RefusesHeadersThatWouldSmuggleAnythingAndSendsNothing) {
@@ -270,7 +272,7 @@ TEST(RestClient, LeavesNothingOfACallToTheNext) {
   EXPECT_EQ(caller.get(server.url(), {{"key", "2"}}).code, CMRestCode::Success);
 
   EXPECT_EQ(server.requests().at(2), "GET /?key=2 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                                         "\r\nUser-Agent: libqx/0.1.0\r\nAccept: */*\r\nAccept-Encoding: gzip\r\n\r\n");
+                                         "\r\nAccept: */*\r\nUser-Agent: libqx/0.1.0\r\nAccept-Encoding: gzip\r\n\r\n");
 }
 
 TEST(RestClient, KeepsTheBodyOfAFailedStatusAndFollowsNoRedirect) {

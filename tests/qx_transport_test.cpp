@@ -132,6 +132,7 @@ TEST(Proxy, IsAskedWithItsPasswordAndHearsNoKeyOfATunnel) {
   EXPECT_EQ(forwarding.requests().at(0).rfind("GET http://host.invalid/v1 HTTP/1.1\r\n", 0), 0U);
   EXPECT_NE(forwarding.requests().at(0).find(proof), std::string::npos);
   EXPECT_NE(tunnelling.requests().at(0).find(proof), std::string::npos);
+  EXPECT_NE(tunnelling.requests().at(0).find("User-Agent: libqx/"), std::string::npos);
   EXPECT_EQ(tunnelling.requests().at(0).find("Bearer"), std::string::npos);
   EXPECT_EQ(tunnelling.requests().at(1).find("Proxy-"), std::string::npos);
 }

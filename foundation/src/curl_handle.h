@@ -24,21 +24,6 @@ struct CurlRelease {
 using CurlMulti = std::unique_ptr<CURLM, CurlRelease<curl_multi_cleanup>>;
 using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
 
-/// A list of texts, copied.
-class CurlList {
- public:
-  void append(const char* text) {
-    curl_slist* const longer = curl_slist_append(list_.get(), text);
-    if (longer == nullptr) throw std::bad_alloc();
-    static_cast<void>(list_.release());  // `longer` is the same list, or its first member
-    list_.reset(longer);
-  }
-  curl_slist* get() const noexcept { return list_.get(); }
-
- private:
-  std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>> list_;
-};
-
 /// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.
 class CurlEasy {
  public:

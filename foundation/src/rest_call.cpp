@@ -108,8 +108,6 @@ void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
   easy.set(CURLOPT_HTTP09_ALLOWED, 0L);
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
   easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  easy.set(CURLOPT_ACCEPT_ENCODING, "gzip");
-  easy.set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
   easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
   easy.set(CURLOPT_WRITEFUNCTION, writeBody);
 
@@ -128,7 +126,8 @@ long clampMilliseconds(std::int64_t milliseconds) {
 void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
   easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
-  easy.set(CURLOPT_NOPROXY, settings.proxyBypass.c_str());
+  // libcurl compares the host with the bypass before it looks whether there is a proxy at all.
+  easy.set(CURLOPT_NOPROXY, settings.proxyURL.empty() ? "" : settings.proxyBypass.c_str());
   const bool hasConnectTimeout = settings.connectTimeoutMs > 0;
   easy.set(CURLOPT_CONNECTTIMEOUT_MS,
            clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
@@ -136,9 +135,10 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   setTLSOptions(easy, settings.caFile);
 }
 
-void setRequest(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
-  easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
-  easy.set(CURLOPT_HTTPHEADER, call.headerLines.get());
+void setRequest(CurlEasy& easy, RestCall& call, Transfer& transfer) {
+  // A tunnel is asked for without the header lines; where none is, the option would cost more than a line.
+  if (transfer.hasProxy) easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
+  easy.set(CURLOPT_HTTPHEADER, call.headerLines->obtainList());
   easy.set(CURLOPT_HEADERDATA, &transfer);
   easy.set(CURLOPT_WRITEDATA, &transfer);
   if (!call.postBody) return;
@@ -209,7 +209,7 @@ bool initializeCurl() {
   return isInitialized;
 }
 
-RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
+RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
   Transfer transfer(settings);

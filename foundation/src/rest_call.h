@@ -5,16 +5,16 @@
 #include <optional>
 #include <string>
 
-#include "curl_handle.h"
 #include "qx/rest_request.h"
 #include "qx/rest_settings.h"
 #include "qx_http_pool_center.h"
+#include "rest_headers.h"
 
 /// What is to be sent, checked and encoded but for the request's URL.
 struct RestCall {
   const CMRestRequest& request;  // borrowed for the life of the call
-  CurlList headerLines = {};
-  std::string userAgent = {};
+  std::optional<HeaderLines> headerLines = {};
+  std::string userAgent = {};                // also among the header lines
   std::optional<std::string> postBody = {};  // a GET without it
 };
 
@@ -25,4 +25,4 @@ struct RestResult {
 
 /// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
 /// but `std::bad_alloc` is thrown.
-RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);
+RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);

@@ -13,16 +13,16 @@
 #include "rest_headers.h"
 #include "rest_services.h"
 #include "rest_url.h"
+#include "text_view.h"
 
 namespace {
 
 constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
-constexpr std::string_view kJsonContentType = " application/json";
+constexpr std::string_view kJsonContentType = "application/json";
 
 // Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
 bool areSendable(const CMRestParamList& query) {
-  return std::all_of(query.begin(), query.end(),
-                     [](const auto& param) { return isHeaderValue(qxTrimAsString(param.second)); });
+  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(qxTrim(param.second)); });
 }
 
 /// The request as it is going to be sent, or the code of what is wrong with it.
@@ -30,13 +30,17 @@ std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session,
                      std::string_view contentType, RestCall& call) {
   if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
   if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
-  const CMRestParamList noHeaders;
-  std::optional<CurlList> lines = createHeaderLines(session != nullptr ? session->obtainHeaderParams() : noHeaders,
-                                                    request.obtainHeaderParams(), contentType);
-  if (!lines) return CMRestCode::InvalidHeader;
-  call.headerLines = *std::move(lines);
   call.userAgent = settings.userAgent.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(settings.userAgent);
-  return isHeaderValue(call.userAgent) ? CMRestCode::Success : CMRestCode::InvalidHeader;
+  if (!isHeaderValue(call.userAgent)) return CMRestCode::InvalidHeader;
+  const CMRestParamList noHeaders;
+  call.headerLines =
+      createHeaderLines(session != nullptr ? session->obtainHeaderParams() : noHeaders, request.obtainHeaderParams(),
+                        {{"User-Agent", call.userAgent},
+                         {"Accept-Encoding", "gzip"},
+                         {"Content-Type", contentType},
+                         // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
+                         {"Expect", ""}});
+  return call.headerLines ? CMRestCode::Success : CMRestCode::InvalidHeader;
 }
 
 class RestClient final : public ICSRestClient {

@@ -1,9 +1,8 @@
 #include "rest_headers.h"
 
 #include <algorithm>
-#include <string>
 
-#include "qx/text.h"
+#include "text_view.h"
 
 namespace {
 
@@ -21,21 +20,37 @@ bool isHeaderName(std::string_view name) noexcept {
   return !name.empty() && std::all_of(name.begin(), name.end(), isTokenCharacter);
 }
 
-bool hasHeader(const CMRestParamList& headers, std::string_view name) {
+bool hasHeader(const CMRestParamList& headers, std::string_view name) noexcept {
   return std::any_of(headers.begin(), headers.end(),
-                     [name](const auto& header) { return isSameIgnoringCase(qxTrimAsString(header.first), name); });
+                     [name](const auto& header) { return isSameIgnoringCase(qxTrim(header.first), name); });
 }
 
-bool appendHeader(CurlList& lines, const std::string& name, const std::string& value) {
-  const std::string trimmedName = qxTrimAsString(name);
-  const std::string trimmedValue = qxTrimAsString(value);
-  if (!isHeaderName(trimmedName) || !isHeaderValue(trimmedValue)) return false;
+bool appendHeader(HeaderLines& lines, std::string_view name, std::string_view value) {
+  name = qxTrim(name);
+  value = qxTrim(value);
+  if (!isHeaderName(name) || !isHeaderValue(value)) return false;
   // Behind a bare colon libcurl understands that the header is not wanted; an empty one is written like this.
-  lines.append((trimmedValue.empty() ? trimmedName + ";" : trimmedName + ": " + trimmedValue).c_str());
+  lines.append({name, value.empty() ? ";" : ": ", value});
   return true;
 }
 
 }  // namespace
+
+void HeaderLines::append(std::initializer_list<std::string_view> pieces) {
+  for (const std::string_view piece : pieces) text_ += piece;
+  text_ += '\0';
+  ++lines_;
+}
+
+curl_slist* HeaderLines::obtainList() {
+  list_.clear();
+  list_.reserve(lines_);
+  for (std::size_t begin = 0; begin < text_.size(); begin = text_.find('\0', begin) + 1) {
+    if (!list_.empty()) list_.back().next = list_.data() + list_.size();  // where the next one comes
+    list_.push_back({text_.data() + begin, nullptr});
+  }
+  return list_.empty() ? nullptr : list_.data();
+}
 
 bool isSameIgnoringCase(std::string_view left, std::string_view right) noexcept {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(),
@@ -49,20 +64,20 @@ bool isHeaderValue(std::string_view value) noexcept {
   });
 }
 
-std::optional<CurlList> createHeaderLines(const CMRestParamList& sessionHeaders, const CMRestParamList& requestHeaders,
-                                          std::string_view contentType) {
-  CurlList lines;
+std::optional<HeaderLines> createHeaderLines(const CMRestParamList& sessionHeaders,
+                                             const CMRestParamList& requestHeaders,
+                                             std::initializer_list<StandardHeader> standardHeaders) {
+  HeaderLines lines;
   for (const auto& [name, value] : sessionHeaders) {
-    if (hasHeader(requestHeaders, qxTrimAsString(name))) continue;
+    if (hasHeader(requestHeaders, qxTrim(name))) continue;
     if (!appendHeader(lines, name, value)) return std::nullopt;
   }
   for (const auto& [name, value] : requestHeaders) {
     if (!appendHeader(lines, name, value)) return std::nullopt;
   }
-  if (!hasHeader(sessionHeaders, "Content-Type") && !hasHeader(requestHeaders, "Content-Type")) {
-    lines.append(("Content-Type:" + std::string(contentType)).c_str());
+  for (const auto& [name, value] : standardHeaders) {
+    if (hasHeader(sessionHeaders, name) || hasHeader(requestHeaders, name)) continue;
+    lines.append({name, value.empty() ? ":" : ": ", value});
   }
-  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
-  lines.append("Expect:");
   return lines;
 }
