@@ -66,8 +66,8 @@ class COJsonArena {
   std::string text_;
   std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
-  // Enough for a small document. With it the arena is just as large as what the C library hands out fastest.
-  alignas(std::max_align_t) std::array<std::byte, 880> first_;
+  // Enough for a small document.
+  alignas(std::max_align_t) std::array<std::byte, 928> first_;
   std::byte* block_ = first_.data();  // the block that is being filled
   std::size_t blockSize_ = first_.size();
   std::size_t used_ = 0;
