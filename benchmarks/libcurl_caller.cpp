@@ -2,14 +2,15 @@
 
 #include <openssl/ssl.h>
 
+#include "question.h"
+
 namespace {
 
 curl_slist* listHeaders() {
   curl_slist* headers = nullptr;
-  for (const char* header : {"Content-Type: application/json", "Authorization: Bearer k", "Expect:"}) {
-    headers = curl_slist_append(headers, header);
-  }
-  return headers;
+  for (const char* header : kHeaders) headers = curl_slist_append(headers, header);
+  // Otherwise libcurl would ask the server before it sends a large body.
+  return curl_slist_append(headers, "Expect:");
 }
 
 std::size_t collect(char* data, std::size_t size, std::size_t count, void* reply) {

@@ -66,5 +66,6 @@ Peer::Peer(bool isSecure, std::string reply)
     : identity_(authority_.issue("IP:127.0.0.1")), server_(std::move(reply), isSecure ? &identity_ : nullptr) {
   CMRestGlobalSettings settings;
   settings.caFile = caFile();
+  settings.userAgent = kUserAgent;
   ZEASetHTTPSettings(settings);
 }

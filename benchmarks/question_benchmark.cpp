@@ -80,9 +80,10 @@ int connectTo(int port) {
 void bareSocket(benchmark::State& state) {
   const Peer peer(false);
   const std::string body = bodyOf(promptFor(state));
-  const std::string request = std::string("POST ") + kChatPath +
-                              " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " + std::to_string(body.size()) +
-                              "\r\n\r\n" + body;
+  std::string request = std::string("POST ") + kChatPath +
+                        " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(peer.port()) + "\r\nAccept: */*\r\n";
+  for (const char* header : kHeaders) request.append(header).append("\r\n");
+  request += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
   const int client = connectTo(peer.port());
   std::string reply;
   for (auto _ : state) {

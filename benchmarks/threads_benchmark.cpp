@@ -1,5 +1,5 @@
 // Many assistants at once, each with a pool and a thread of its own, asking one server over loopback: against as many
-// threads with bare libcurl and a handle each that is kept. Connections stand before the time is taken.
+// threads with bare libcurl, and a handle each that is kept or new handles. Connections stand before the time is taken.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -64,10 +64,23 @@ BENCHMARK_DEFINE_F(Crowd, libcurl)(benchmark::State& state) {
   repeat(state, [&] { return std::string(caller.call() == kReply ? "" : "failed"); });
 }
 
+/// The floor of whoever takes a new handle for each call, makes its body and reads its reply.
+BENCHMARK_DEFINE_F(Crowd, makingLibcurl)(benchmark::State& state) {
+  const std::string url = peer->url() + kChatPath;
+  const std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi(curl_multi_init(), curl_multi_cleanup);
+  repeat(state, [&] {
+    const std::string body = bodyOf(prompt);
+    LibcurlCaller caller(url, &body);
+    const COJson reply(caller.callThrough(multi.get()));
+    return std::string(reply.obtainKeyValue("choices") != nullptr ? "" : "failed");
+  });
+}
+
 void crowds(benchmark::internal::Benchmark* benchmark) {
   benchmark->Threads(kThreads)->Unit(benchmark::kMicrosecond)->UseRealTime();
 }
 BENCHMARK_REGISTER_F(Crowd, assistants)->Name("threads/assistants")->Apply(crowds);
 BENCHMARK_REGISTER_F(Crowd, libcurl)->Name("threads/libcurl")->Apply(crowds);
+BENCHMARK_REGISTER_F(Crowd, makingLibcurl)->Name("threads/makingLibcurl")->Apply(crowds);
 
 }  // namespace
