@@ -6,8 +6,8 @@
 
 namespace {
 
-// Blocks grow to one that the C library still serves from its heap: larger ones are
-// mapped and unmapped each time, which costs more than the parsing of what they hold.
+// Blocks grow to one that the C library still serves from its heap: larger ones are mapped and unmapped each time,
+// which costs more than the parsing of what they hold.
 constexpr std::size_t kSecondBlockSize = 2048;
 constexpr std::size_t kLargestBlockSize = 64 * 1024;
 // A shorter text fits into the block that is being filled.

@@ -46,9 +46,9 @@ class QXHTTPPoolCenter::Lease {
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
-  /// Makes the request's URL that of the transfer, as `RestURL` does.
-  bool direct(CurlEasy& easy, const CMRestRequest& request) const {
-    return connections_.url.direct(easy, request.obtainURL(), request.obtainQueryParams());
+  /// Gives the transfer the request's URL, as `RestURL` does.
+  bool setURL(CurlEasy& easy, const CMRestRequest& request) const {
+    return connections_.url.setOn(easy, request.obtainURL(), request.obtainQueryParams());
   }
   bool isCancelled() const noexcept;
 

@@ -23,7 +23,7 @@ bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
     length_.reset();
     return true;
   }
-  if (qxTrim(line).empty()) hasWholeHead_ = true;
+  if (line.find_first_not_of("\r\n") == std::string_view::npos) hasWholeHead_ = true;
   const std::size_t colon = line.find(':');
   return colon == std::string_view::npos || takeField(line.substr(0, colon), line.substr(colon + 1));
 }

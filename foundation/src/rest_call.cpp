@@ -136,7 +136,7 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
 }
 
 void setRequest(CurlEasy& easy, RestCall& call, Transfer& transfer) {
-  // A tunnel is asked for without the header lines; where none is, the option would cost more than a line.
+  // A proxy is asked for a tunnel without the header lines. Without a proxy the option would only take time.
   if (transfer.hasProxy) easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
   easy.set(CURLOPT_HTTPHEADER, call.headerLines->obtainList());
   easy.set(CURLOPT_HEADERDATA, &transfer);
@@ -216,7 +216,7 @@ RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings,
   // A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
   // continuation of a header.
   CurlEasy easy;
-  if (!lease.direct(easy, call.request)) return {CMRestCode::InvalidURL, {}};
+  if (!lease.setURL(easy, call.request)) return {CMRestCode::InvalidURL, {}};
   setStandingOptions(easy, lease.obtainSockets());
   setSettings(easy, settings);
   setRequest(easy, call, transfer);

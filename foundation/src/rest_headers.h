@@ -39,9 +39,8 @@ class HeaderLines {
 /// A name and a value that may stand in a header; an empty value stands for no such header, not even libcurl's own.
 using StandardHeader = std::pair<std::string_view, std::string_view>;
 
-/// The header lines of a call, trimmed at both ends. A header of the request replaces the
-/// session's of the same name, and one of either a standard one. Nothing when a name or a value may not stand in a
-/// header.
+/// The header lines of a call, trimmed at both ends. A header of the request replaces the session's of the same name,
+/// and one of either a standard one. Nothing when a name or a value may not stand in a header.
 std::optional<HeaderLines> createHeaderLines(const CMRestParamList& sessionHeaders,
                                              const CMRestParamList& requestHeaders,
                                              std::initializer_list<StandardHeader> standardHeaders);

@@ -111,7 +111,7 @@ bool isProxyURL(const std::string& url) {
   return parse(url, CURLU_GUESS_SCHEME) != nullptr;
 }
 
-bool RestURL::direct(CurlEasy& easy, const std::string& url, const CMRestParamList& query) {
+bool RestURL::setOn(CurlEasy& easy, const std::string& url, const CMRestParamList& query) {
   if (!parsed_ || url != url_ || query != query_) {
     parsed_.reset();  // none is taken for another's should memory run out
     url_ = url;

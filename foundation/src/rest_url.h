@@ -9,16 +9,16 @@
 /// The URL of one call after the other, which is mostly the same. Serves one thread at a time.
 class RestURL {
  public:
-  /// Makes the URL with the query parameters behind its own that of the transfer. What may not stand in a path or a
-  /// query is percent-encoded, what is already encoded stays; the query parameters' values are trimmed. A fragment is
-  /// dropped, since it is never sent. False when the URL cannot be read or its scheme is neither http nor https. The
-  /// transfer must end before the next time.
-  bool direct(CurlEasy& easy, const std::string& url, const CMRestParamList& query);
+  /// Gives the transfer the URL with the query parameters behind its own. What may not stand in a path or a query is
+  /// percent-encoded, what is already encoded stays; the query parameters' values are trimmed. A fragment is dropped,
+  /// since it is never sent. False when the URL cannot be read or its scheme is neither http nor https. The transfer
+  /// must end before the next time.
+  bool setOn(CurlEasy& easy, const std::string& url, const CMRestParamList& query);
 
  private:
   std::string url_;
   CMRestParamList query_;
-  std::string encoded_;  // empty when the URL cannot be called
+  std::string encoded_;  // with the query
   CurlURL parsed_;       // the same, as libcurl has read it
 };
 
