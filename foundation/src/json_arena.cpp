@@ -51,7 +51,6 @@ std::string_view COJsonArena::adoptText(std::string&& text) {
 
 COJsonArena::Chunk* COJsonArena::createChunk(std::size_t capacity, Chunk* previous) {
   static_assert(sizeof(Node) == 32 && sizeof(COJsonValue) == sizeof(Node));
-  static_assert(sizeof(COJsonArena) <= 1032, "larger than what glibc keeps ready for each thread");
   static_assert(sizeof(Chunk) % alignof(COJsonValue) == 0);
   std::byte* place = allocate(sizeof(Chunk) + capacity * sizeof(COJsonValue), alignof(Chunk));
   const std::size_t before = previous == nullptr ? 0 : previous->before + previous->capacity;

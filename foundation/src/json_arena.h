@@ -66,7 +66,7 @@ class COJsonArena {
   std::string text_;
   std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
-  // Enough for a small document.
+  // Enough for a small document. With it the arena still is one of the pieces that glibc keeps ready for each thread.
   alignas(std::max_align_t) std::array<std::byte, 928> first_;
   std::byte* block_ = first_.data();  // the block that is being filled
   std::size_t blockSize_ = first_.size();

@@ -4,7 +4,17 @@
 #include <system_error>
 
 #include "rest_headers.h"
-#include "text_view.h"
+
+namespace {
+
+std::string_view trim(std::string_view text) noexcept {
+  constexpr std::string_view kSpace = " \t\r\n";
+  const std::size_t begin = text.find_first_not_of(kSpace);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+}
+
+}  // namespace
 
 bool ReplyReceiver::giveUp(ReplyFault fault) noexcept {
   fault_ = fault;
@@ -29,14 +39,14 @@ bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
 }
 
 bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noexcept {
-  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(qxTrim(value));
+  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(trim(value));
   if (isSameIgnoringCase(name, "Transfer-Encoding")) {
-    value = qxTrim(value);
+    value = trim(value);
     const bool isKnown = isSameIgnoringCase(value, "chunked") || isSameIgnoringCase(value, "identity");
     return isKnown || giveUp(ReplyFault::Malformed);
   }
   if (!isSameIgnoringCase(name, "Content-Encoding")) return true;
-  value = qxTrim(value);
+  value = trim(value);
   if (isSameIgnoringCase(value, "identity")) return true;
   const bool isGzip = isSameIgnoringCase(value, "gzip") || isSameIgnoringCase(value, "x-gzip");
   packing_ = isGzip && packing_ == Packing::None ? Packing::Gzip : Packing::Unknown;

@@ -135,18 +135,25 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   setTLSOptions(easy, settings.caFile);
 }
 
-void setRequest(CurlEasy& easy, RestCall& call, Transfer& transfer) {
-  // A proxy is asked for a tunnel without the header lines. Without a proxy the option would only take time.
-  if (transfer.hasProxy) easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
-  easy.set(CURLOPT_HTTPHEADER, call.headerLines->obtainList());
-  easy.set(CURLOPT_HEADERDATA, &transfer);
-  easy.set(CURLOPT_WRITEDATA, &transfer);
-  if (!call.postBody) return;
-  easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(call.postBody->size()));
-  easy.set(CURLOPT_POSTFIELDS, call.postBody->c_str());
-  if (call.postBody->size() > kLargeBody) easy.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
+void setBody(CurlEasy& easy, RestCall& call, Transfer& transfer) {
+  const std::string& body = *call.postBody;
+  easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  easy.set(CURLOPT_POSTFIELDS, body.c_str());
   easy.set(CURLOPT_PREREQFUNCTION, allowOneStart);
   easy.set(CURLOPT_PREREQDATA, &transfer);
+  if (body.size() <= kLargeBody) return;
+  easy.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
+  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
+  call.headerLines.append({"Expect:"});
+}
+
+void setRequest(CurlEasy& easy, RestCall& call, Transfer& transfer) {
+  if (call.postBody) setBody(easy, call, transfer);
+  // A proxy is asked for a tunnel without the header lines. Without a proxy the option would only take time.
+  if (transfer.hasProxy) easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
+  easy.set(CURLOPT_HTTPHEADER, call.headerLines.obtainList());
+  easy.set(CURLOPT_HEADERDATA, &transfer);
+  easy.set(CURLOPT_WRITEDATA, &transfer);
 }
 
 /// An easy handle's stay in a multi handle.

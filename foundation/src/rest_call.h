@@ -13,7 +13,7 @@
 /// What is to be sent, checked and encoded but for the request's URL.
 struct RestCall {
   const CMRestRequest& request;  // borrowed for the life of the call
-  std::optional<HeaderLines> headerLines = {};
+  HeaderLines headerLines = {};
   std::string userAgent = {};                // also among the header lines
   std::optional<std::string> postBody = {};  // a GET without it
 };
@@ -23,6 +23,6 @@ struct RestResult {
   std::string body;  // empty unless the reply came whole
 };
 
-/// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
-/// but `std::bad_alloc` is thrown.
+/// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Header
+/// lines of the transfer are added to those of the call. Nothing but `std::bad_alloc` is thrown.
 RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);

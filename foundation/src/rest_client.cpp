@@ -33,14 +33,10 @@ std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session,
   call.userAgent = settings.userAgent.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(settings.userAgent);
   if (!isHeaderValue(call.userAgent)) return CMRestCode::InvalidHeader;
   const CMRestParamList noHeaders;
-  call.headerLines =
-      createHeaderLines(session != nullptr ? session->obtainHeaderParams() : noHeaders, request.obtainHeaderParams(),
-                        {{"User-Agent", call.userAgent},
-                         {"Accept-Encoding", "gzip"},
-                         {"Content-Type", contentType},
-                         // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
-                         {"Expect", ""}});
-  return call.headerLines ? CMRestCode::Success : CMRestCode::InvalidHeader;
+  const bool areHeaders = appendHeaders(
+      call.headerLines, session != nullptr ? session->obtainHeaderParams() : noHeaders, request.obtainHeaderParams(),
+      {{"User-Agent", call.userAgent}, {"Accept-Encoding", "gzip"}, {"Content-Type", contentType}});
+  return areHeaders ? CMRestCode::Success : CMRestCode::InvalidHeader;
 }
 
 class RestClient final : public ICSRestClient {

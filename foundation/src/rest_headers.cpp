@@ -64,20 +64,17 @@ bool isHeaderValue(std::string_view value) noexcept {
   });
 }
 
-std::optional<HeaderLines> createHeaderLines(const CMRestParamList& sessionHeaders,
-                                             const CMRestParamList& requestHeaders,
-                                             std::initializer_list<StandardHeader> standardHeaders) {
-  HeaderLines lines;
+bool appendHeaders(HeaderLines& lines, const CMRestParamList& sessionHeaders, const CMRestParamList& requestHeaders,
+                   std::initializer_list<StandardHeader> standardHeaders) {
   for (const auto& [name, value] : sessionHeaders) {
-    if (hasHeader(requestHeaders, qxTrim(name))) continue;
-    if (!appendHeader(lines, name, value)) return std::nullopt;
+    if (!hasHeader(requestHeaders, qxTrim(name)) && !appendHeader(lines, name, value)) return false;
   }
   for (const auto& [name, value] : requestHeaders) {
-    if (!appendHeader(lines, name, value)) return std::nullopt;
+    if (!appendHeader(lines, name, value)) return false;
   }
   for (const auto& [name, value] : standardHeaders) {
     if (hasHeader(sessionHeaders, name) || hasHeader(requestHeaders, name)) continue;
     lines.append({name, value.empty() ? ":" : ": ", value});
   }
-  return lines;
+  return true;
 }

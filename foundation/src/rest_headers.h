@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,7 +24,7 @@ class HeaderLines {
  public:
   HeaderLines() { text_.reserve(256); }
 
-  /// Appends a line of these pieces, which hold no NUL.
+  /// Appends a line of these pieces. REQUIRES: none of them holds a NUL.
   void append(std::initializer_list<std::string_view> pieces);
   /// Null without lines. Not owned; good until a line is appended or this object is moved.
   curl_slist* obtainList();
@@ -39,8 +38,7 @@ class HeaderLines {
 /// A name and a value that may stand in a header; an empty value stands for no such header, not even libcurl's own.
 using StandardHeader = std::pair<std::string_view, std::string_view>;
 
-/// The header lines of a call, trimmed at both ends. A header of the request replaces the session's of the same name,
-/// and one of either a standard one. Nothing when a name or a value may not stand in a header.
-std::optional<HeaderLines> createHeaderLines(const CMRestParamList& sessionHeaders,
-                                             const CMRestParamList& requestHeaders,
-                                             std::initializer_list<StandardHeader> standardHeaders);
+/// Appends the headers of a call, trimmed at both ends. A header of the request replaces the session's of the same
+/// name, and one of either a standard one. False when a name or a value may not stand in a header.
+bool appendHeaders(HeaderLines& lines, const CMRestParamList& sessionHeaders, const CMRestParamList& requestHeaders,
+                   std::initializer_list<StandardHeader> standardHeaders);
