@@ -51,6 +51,7 @@ void firstQuestionByAssistant(benchmark::State& state) {
   const Scene scene;
   CMRestGlobalSettings settings;
   settings.caFile = scene.trusted.name();
+  settings.userAgent = kUserAgent;
   ZEASetHTTPSettings(settings);
   // What the process keeps of the authorities is not part of each question.
   if (const std::string failure = askFirst(scene); !failure.empty()) state.SkipWithError(failure.c_str());

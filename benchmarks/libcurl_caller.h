@@ -1,4 +1,4 @@
-// The yardstick of calls: bare libcurl with a handle that is kept and a body that is fixed.
+// The yardstick of calls: bare libcurl.
 #pragma once
 
 #include <curl/curl.h>
@@ -12,22 +12,34 @@
 class LibcurlCaller {
  public:
   /// Posts the body, or gets where it is null. Not owned; must outlive this object.
-  LibcurlCaller(const std::string& url, const std::string* body);
+  LibcurlCaller(std::string url, const std::string* body);
 
   /// From now on another body is posted. Not owned; must outlive the calls.
   void setBody(const std::string& body);
-  /// Trusts the authorities of a PEM file instead of the system's. It is parsed for each connection.
-  void trust(const std::string& caFile);
+  /// Trusts the authorities of a PEM file instead of the system's. It is parsed for each connection. To be told before
+  /// the first call, as is the store.
+  void trust(const std::string& caFile) { caFile_ = caFile; }
   /// Trusts those of a store, which is ready. Not owned; must outlive this object.
-  void trust(X509_STORE* store);
+  void trust(X509_STORE* store) { store_ = store; }
 
-  /// The body of the reply, empty when the call failed. Borrowed until the next call.
+  /// Calls with a handle that is kept. Gives the body of the reply, empty when the call failed. Borrowed until the next
+  /// call.
   const std::string& call();
-  /// The same over the connections of a multi handle, so that the next caller finds them. Not owned.
-  const std::string& callThrough(CURLM* multi);
+  /// The same with a new handle. Connections, the list of headers and what libcurl has read of the URL are kept.
+  const std::string& callAnew();
 
  private:
+  using Handle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+
+  Handle makeHandle();
+
+  std::string url_;
+  const std::string* body_;
+  std::string caFile_;
+  X509_STORE* store_ = nullptr;
   std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_;
-  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle_;
   std::string reply_;
+  Handle handle_;
+  std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedURL_;
+  std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> connections_;
 };

@@ -16,10 +16,11 @@
 inline constexpr char kQuestion[] = "Which orders are open?";
 inline constexpr char kReply[] = R"({"choices":[{"message":{"role":"assistant","content":"SELECT * FROM orders;"}}]})";
 inline constexpr char kChatPath[] = "/v1/chat/completions";
+/// What the settings have to name, so that all sides send the same headers.
 inline constexpr char kUserAgent[] = "benchmark";
-/// The headers of the question that the library sets, so that all sides send the same.
-inline constexpr const char* kHeaders[] = {"Authorization: Bearer k", "User-Agent: benchmark", "Accept-Encoding: gzip",
-                                           "Content-Type: application/json"};
+/// The headers that the library sets for a question.
+inline constexpr const char* kHeaders[] = {"Authorization: Bearer k", "User-Agent: benchmark", "Accept-Encoding: gzip"};
+inline constexpr char kContentType[] = "Content-Type: application/json";
 
 /// Remembers nothing, so that every question is of one size.
 class ForgetfulMemory : public IZEAAssistantMemory {
@@ -52,8 +53,8 @@ std::string promptOf(std::size_t bytes);
 /// that all sides send the same.
 std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemoryEntry>& turns = {});
 
-/// A server, plain or with an identity of an authority of its own, which libzea trusts as long as the peer is there,
-/// when it also names itself `kUserAgent`. Its clients go before it.
+/// A server, plain or with an identity of an authority of its own. As long as it is there, the settings of libzea trust
+/// that authority and name `kUserAgent`. Its clients go before it.
 class Peer {
  public:
   explicit Peer(bool isSecure, std::string reply = kReply);
