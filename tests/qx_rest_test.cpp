@@ -44,18 +44,6 @@ TEST(RestClient, SendsAPostExactlyAsItIsAskedFor) {
                                          "Content-Length: 17\r\n\r\n{\"a\":\"x\",\"b\":[1]}");
 }
 
-TEST(RestClient, SendsALargeBodyWholeAndWithoutAskingFirst) {
-  standin::Server server;
-  server.enqueue({.body = "{}"});
-  COJson body;
-  body.addKeyValue("text")->setStringValue(std::string(3'000'000, 'x'));
-
-  Caller().post(server.url(), &body);
-
-  EXPECT_EQ(server.requests().at(0).body, body.obtainJsonString());
-  EXPECT_EQ(server.requests().at(0).header("Expect"), "");
-}
-
 TEST(RestClient, EncodesWhatMayNotStandInAURL) {
   const std::vector<std::tuple<std::string, CMRestParamList, std::string>> cases = {
       {"", {}, "/"},
@@ -255,7 +243,7 @@ TEST(RestClient, RefusesAReplyThatBeginsWithTheContinuationOfAHeader) {
   EXPECT_EQ(caller.get(server.url()).code, CMRestCode::TransferFailed);
 }
 
-// The calls of a pool have the URL in common.
+// The calls of a pool have the URL and the headers in common.
 TEST(RestClient, LeavesNothingOfACallToTheNext) {
   RawServer server({{{okReply("{}"), okReply("{}"), okReply("{}")}}});
   Caller caller;
@@ -273,6 +261,39 @@ TEST(RestClient, LeavesNothingOfACallToTheNext) {
 
   EXPECT_EQ(server.requests().at(2), "GET /?key=2 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
                                          "\r\nAccept: */*\r\nUser-Agent: libqx/0.1.0\r\nAccept-Encoding: gzip\r\n\r\n");
+}
+
+TEST(RestClient, GivesEachCallItsOwnHeadersWhicheverOfThemChanges) {
+  standin::Server server;
+  Caller caller;
+  const auto trace = [&](const CMRestParamList& headers) {
+    caller.get(server.url(), {}, headers);
+    return server.requests().back().header("X-Trace");
+  };
+  const auto userAgent = [&](const std::string& name) {
+    caller.settings.userAgent = name;
+    caller.get(server.url());
+    return server.requests().back().header("User-Agent");
+  };
+  const auto contentType = [&](std::size_t bytes) {
+    COJson body;
+    body.addKeyValue("text")->setStringValue(std::string(bytes, 'x'));
+    caller.post(server.url(), &body);
+    EXPECT_EQ(server.requests().back().body, body.obtainJsonString());
+    EXPECT_EQ(server.requests().back().header("Expect"), "");
+    return server.requests().back().header("Content-Type");
+  };
+
+  EXPECT_EQ(trace({{"X-Trace", "1"}}), "1");
+  EXPECT_EQ(trace({{"X-Trace", "2"}}), "2");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(caller.get(server.url(), {}, {{"X-Trace", "3\n4"}}).code, CMRestCode::InvalidHeader);
+  }
+  EXPECT_EQ(trace({}), "");
+  EXPECT_EQ(userAgent(" Tool/1 "), "Tool/1");
+  EXPECT_EQ(userAgent("Tool/2"), "Tool/2");
+  EXPECT_EQ(contentType(1), "application/json");
+  EXPECT_EQ(contentType(2'000'000), "application/json");
 }
 
 TEST(RestClient, KeepsTheBodyOfAFailedStatusAndFollowsNoRedirect) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "curl_handle.h"
+#include "rest_headers.h"
 #include "rest_url.h"
 
 /// Opens and closes them in libcurl's place. Must outlive the multi handle. Serves one thread at a time.
@@ -28,12 +29,14 @@ class KeptSockets {
   std::vector<curl_socket_t> sockets_;
 };
 
-/// A multi handle, its sockets, and the URL of one call after the other. The members are in the order of their ends.
+/// A multi handle, its sockets, and the URL and the headers of one call after the other. The members are in the order
+/// of their ends.
 struct KeptConnections {
   KeptSockets sockets;
   CurlMulti multi;
   std::string authorities;  // the file of those that the connections trust
   RestURL url;
+  RestHeaders headers;
 
   /// Makes the multi handle unless it is there. Connections that trust other authorities are given up. Throws
   /// `std::bad_alloc`.

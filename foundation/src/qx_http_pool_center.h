@@ -46,10 +46,8 @@ class QXHTTPPoolCenter::Lease {
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
-  /// Gives the transfer the request's URL, as `RestURL` does.
-  bool setURL(CurlEasy& easy, const CMRestRequest& request) const {
-    return connections_.url.setOn(easy, request.obtainURL(), request.obtainQueryParams());
-  }
+  RestURL& obtainURL() const noexcept { return connections_.url; }
+  RestHeaders& obtainHeaders() const noexcept { return connections_.headers; }
   bool isCancelled() const noexcept;
 
  private:

@@ -25,6 +25,8 @@ constexpr long kMaxIdleSeconds = 30;
 // Larger pieces than libcurl's take a large body to the other side in fewer turns.
 constexpr std::size_t kLargeBody = 128U * 1024U;
 constexpr long kLargePieceBytes = 256L * 1024L;
+constexpr long kOldestTLS = CURL_SSLVERSION_TLSv1_2;
+constexpr long kSameName = 2;  // the certificate's and the host's
 
 /// Where libcurl's callbacks keep what they see. No exception leaves them: libcurl could not pass it on.
 struct Transfer {
@@ -84,14 +86,9 @@ void setTrustedFile(CurlEasy& easy, const char* file) {
 }
 
 void setTLSOptions(CurlEasy& easy, const std::string& trustedFile) {
-  constexpr long kOldestVersion = CURL_SSLVERSION_TLSv1_2;
-  constexpr long kSameName = 2;
-  easy.set(CURLOPT_SSLVERSION, kOldestVersion);
+  easy.set(CURLOPT_SSLVERSION, kOldestTLS);
   easy.set(CURLOPT_SSL_VERIFYPEER, 1L);
   easy.set(CURLOPT_SSL_VERIFYHOST, kSameName);
-  easy.set(CURLOPT_PROXY_SSLVERSION, kOldestVersion);
-  easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
-  easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
   if (isCurlOnOurOpenSSL()) {
     setTrustedFile(easy, nullptr);
     easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
@@ -107,7 +104,6 @@ void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
   easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
   easy.set(CURLOPT_HTTP09_ALLOWED, 0L);
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
-  easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
   easy.set(CURLOPT_WRITEFUNCTION, writeBody);
 
@@ -123,11 +119,22 @@ long clampMilliseconds(std::int64_t milliseconds) {
   return static_cast<long>(std::clamp<std::int64_t>(milliseconds, 0, std::numeric_limits<int>::max()));
 }
 
-void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
+void setProxy(CurlEasy& easy, const CMRestGlobalSettings& settings, const std::string& userAgent) {
+  const bool isNone = settings.proxyURL.empty();
   // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
   easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
   // libcurl compares the host with the bypass before it looks whether there is a proxy at all.
-  easy.set(CURLOPT_NOPROXY, settings.proxyURL.empty() ? "" : settings.proxyBypass.c_str());
+  easy.set(CURLOPT_NOPROXY, isNone ? "" : settings.proxyBypass.c_str());
+  if (isNone) return;
+  easy.set(CURLOPT_PROXY_SSLVERSION, kOldestTLS);
+  easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
+  easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
+  easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  // A proxy is asked for a tunnel without the header lines.
+  easy.set(CURLOPT_USERAGENT, userAgent.c_str());
+}
+
+void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   const bool hasConnectTimeout = settings.connectTimeoutMs > 0;
   easy.set(CURLOPT_CONNECTTIMEOUT_MS,
            clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
@@ -135,25 +142,29 @@ void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   setTLSOptions(easy, settings.caFile);
 }
 
-void setBody(CurlEasy& easy, RestCall& call, Transfer& transfer) {
-  const std::string& body = *call.postBody;
+void setBody(CurlEasy& easy, const std::string& body, Transfer& transfer) {
   easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
   easy.set(CURLOPT_POSTFIELDS, body.c_str());
   easy.set(CURLOPT_PREREQFUNCTION, allowOneStart);
   easy.set(CURLOPT_PREREQDATA, &transfer);
-  if (body.size() <= kLargeBody) return;
-  easy.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
-  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
-  call.headerLines.append({"Expect:"});
+  if (body.size() > kLargeBody) easy.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
 }
 
-void setRequest(CurlEasy& easy, RestCall& call, Transfer& transfer) {
-  if (call.postBody) setBody(easy, call, transfer);
-  // A proxy is asked for a tunnel without the header lines. Without a proxy the option would only take time.
-  if (transfer.hasProxy) easy.set(CURLOPT_USERAGENT, call.userAgent.c_str());
-  easy.set(CURLOPT_HTTPHEADER, call.headerLines.obtainList());
+/// The code of what may not be sent.
+std::int32_t setRequest(CurlEasy& easy, const RestCall& call, const CMRestGlobalSettings& settings,
+                        const QXHTTPPoolCenter::Lease& lease) {
+  const bool isBodyLarge = call.postBody && call.postBody->size() > kLargeBody;
+  const HeaderSources headers{call.sessionHeaders, call.request.obtainHeaderParams(), settings.userAgent,
+                              call.contentType, isBodyLarge};
+  if (!lease.obtainHeaders().setOn(easy, headers)) return CMRestCode::InvalidHeader;
+  const bool isURL = lease.obtainURL().setOn(easy, call.request.obtainURL(), call.request.obtainQueryParams());
+  return isURL ? CMRestCode::Success : CMRestCode::InvalidURL;
+}
+
+void setTransfer(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
   easy.set(CURLOPT_HEADERDATA, &transfer);
   easy.set(CURLOPT_WRITEDATA, &transfer);
+  if (call.postBody) setBody(easy, *call.postBody, transfer);
 }
 
 /// An easy handle's stay in a multi handle.
@@ -216,17 +227,19 @@ bool initializeCurl() {
   return isInitialized;
 }
 
-RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
+RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
   Transfer transfer(settings);
   // A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
   // continuation of a header.
   CurlEasy easy;
-  if (!lease.setURL(easy, call.request)) return {CMRestCode::InvalidURL, {}};
+  const std::int32_t refusal = setRequest(easy, call, settings, lease);
+  if (refusal != CMRestCode::Success) return {refusal, {}};
   setStandingOptions(easy, lease.obtainSockets());
   setSettings(easy, settings);
-  setRequest(easy, call, transfer);
+  setProxy(easy, settings, lease.obtainHeaders().obtainUserAgent());
+  setTransfer(easy, call, transfer);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
   lease.obtainSockets().cutOffSpoilt();
   const Attachment attachment(lease.obtainMulti(), easy.get());

@@ -4,17 +4,17 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "qx/rest_request.h"
 #include "qx/rest_settings.h"
 #include "qx_http_pool_center.h"
-#include "rest_headers.h"
 
-/// What is to be sent, checked and encoded but for the request's URL.
+/// What is to be sent. Borrowed for the life of the call but for the body.
 struct RestCall {
-  const CMRestRequest& request;  // borrowed for the life of the call
-  HeaderLines headerLines = {};
-  std::string userAgent = {};                // also among the header lines
+  const CMRestRequest& request;
+  const CMRestParamList& sessionHeaders;
+  std::string_view contentType = {};         // empty: none
   std::optional<std::string> postBody = {};  // a GET without it
 };
 
@@ -23,6 +23,6 @@ struct RestResult {
   std::string body;  // empty unless the reply came whole
 };
 
-/// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Header
-/// lines of the transfer are added to those of the call. Nothing but `std::bad_alloc` is thrown.
-RestResult performRestCall(RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);
+/// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
+/// but `std::bad_alloc` is thrown.
+RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);

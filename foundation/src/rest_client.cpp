@@ -8,7 +8,6 @@
 #include "qx/assertion.h"
 #include "qx/http_pool_center.h"
 #include "qx/rest_error.h"
-#include "qx/text.h"
 #include "rest_call.h"
 #include "rest_headers.h"
 #include "rest_services.h"
@@ -17,7 +16,6 @@
 
 namespace {
 
-constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
 constexpr std::string_view kJsonContentType = "application/json";
 
 // Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
@@ -25,18 +23,11 @@ bool areSendable(const CMRestParamList& query) {
   return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(qxTrim(param.second)); });
 }
 
-/// The request as it is going to be sent, or the code of what is wrong with it.
-std::int32_t prepare(const CMRestRequest& request, const CMRestSession* session, const CMRestGlobalSettings& settings,
-                     std::string_view contentType, RestCall& call) {
+/// The code of what is wrong with the call, as far as it shows before one is begun.
+std::int32_t check(const CMRestRequest& request, const CMRestGlobalSettings& settings) {
   if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
   if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
-  call.userAgent = settings.userAgent.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(settings.userAgent);
-  if (!isHeaderValue(call.userAgent)) return CMRestCode::InvalidHeader;
-  const CMRestParamList noHeaders;
-  const bool areHeaders = appendHeaders(
-      call.headerLines, session != nullptr ? session->obtainHeaderParams() : noHeaders, request.obtainHeaderParams(),
-      {{"User-Agent", call.userAgent}, {"Accept-Encoding", "gzip"}, {"Content-Type", contentType}});
-  return areHeaders ? CMRestCode::Success : CMRestCode::InvalidHeader;
+  return CMRestCode::Success;
 }
 
 class RestClient final : public ICSRestClient {
@@ -58,10 +49,11 @@ class RestClient final : public ICSRestClient {
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
     const CMRestGlobalSettings settings = settings_ != nullptr ? *settings_ : CMRestGlobalSettings();
-    RestCall call{.request = *request};
-    call.postBody = std::move(postBody);
-    const std::int32_t code = prepare(*request, session_, settings, contentType, call);
+    const std::int32_t code = check(*request, settings);
     if (code != CMRestCode::Success) return {code, {}};
+    const CMRestParamList none;
+    const RestCall call{*request, session_ != nullptr ? session_->obtainHeaderParams() : none, contentType,
+                        std::move(postBody)};
     return performRestCall(call, settings, obtainPool());
   }
 

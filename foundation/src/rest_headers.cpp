@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
+#include "qx/text.h"
 #include "text_view.h"
 
 namespace {
+
+constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
 
 char toLowerASCII(char character) noexcept {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
@@ -64,17 +67,45 @@ bool isHeaderValue(std::string_view value) noexcept {
   });
 }
 
-bool appendHeaders(HeaderLines& lines, const CMRestParamList& sessionHeaders, const CMRestParamList& requestHeaders,
-                   std::initializer_list<StandardHeader> standardHeaders) {
-  for (const auto& [name, value] : sessionHeaders) {
-    if (!hasHeader(requestHeaders, qxTrim(name)) && !appendHeader(lines, name, value)) return false;
+bool RestHeaders::areMadeOf(const HeaderSources& sources) const {
+  return session_ == sources.session && request_ == sources.request && userAgent_ == sources.userAgent &&
+         contentType_ == sources.contentType && isBodyLarge_ == sources.isBodyLarge;
+}
+
+bool RestHeaders::make(const HeaderSources& sources) {
+  session_ = sources.session;
+  request_ = sources.request;
+  userAgent_ = sources.userAgent;
+  contentType_ = sources.contentType;
+  isBodyLarge_ = sources.isBodyLarge;
+  sentUserAgent_ = userAgent_.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(userAgent_);
+  lines_ = {};
+
+  for (const auto& [name, value] : session_) {
+    if (!hasHeader(request_, qxTrim(name)) && !appendHeader(lines_, name, value)) return false;
   }
-  for (const auto& [name, value] : requestHeaders) {
-    if (!appendHeader(lines, name, value)) return false;
+  for (const auto& [name, value] : request_) {
+    if (!appendHeader(lines_, name, value)) return false;
   }
-  for (const auto& [name, value] : standardHeaders) {
-    if (hasHeader(sessionHeaders, name) || hasHeader(requestHeaders, name)) continue;
-    lines.append({name, value.empty() ? ":" : ": ", value});
+  const auto appendOwn = [this](std::string_view name, std::string_view value) {
+    if (!hasHeader(session_, name) && !hasHeader(request_, name))
+      lines_.append({name, value.empty() ? ":" : ": ", value});
+  };
+  if (!isHeaderValue(sentUserAgent_)) return false;
+  appendOwn("User-Agent", sentUserAgent_);
+  appendOwn("Accept-Encoding", "gzip");
+  appendOwn("Content-Type", contentType_);
+  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
+  if (isBodyLarge_) lines_.append({"Expect:"});
+  return true;
+}
+
+bool RestHeaders::setOn(CurlEasy& easy, const HeaderSources& sources) {
+  if (list_ == nullptr || !areMadeOf(sources)) {
+    list_ = nullptr;  // none are taken for another's should memory run out
+    if (!make(sources)) return false;
+    list_ = lines_.obtainList();
   }
+  easy.set(CURLOPT_HTTPHEADER, list_);
   return true;
 }

@@ -7,9 +7,9 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "curl_handle.h"
 #include "qx/rest_request.h"
 
 /// Compares names as HTTP does, without regard to the case of ASCII letters.
@@ -18,12 +18,10 @@ bool isSameIgnoringCase(std::string_view left, std::string_view right) noexcept;
 /// True when a trimmed value holds no line break, NUL or other control character; a tab may stand in it.
 bool isHeaderValue(std::string_view value) noexcept;
 
-/// The header lines of a call as libcurl reads them. All texts have one piece of memory and all members of the list
-/// another: a list of libcurl's own making takes a twentieth of a short call.
+/// Header lines as libcurl reads them. All texts have one piece of memory and all members of the list another: a list
+/// of libcurl's own making takes a twentieth of a short call.
 class HeaderLines {
  public:
-  HeaderLines() { text_.reserve(256); }
-
   /// Appends a line of these pieces. REQUIRES: none of them holds a NUL.
   void append(std::initializer_list<std::string_view> pieces);
   /// Null without lines. Not owned; good until a line is appended or this object is moved.
@@ -35,10 +33,38 @@ class HeaderLines {
   std::vector<curl_slist> list_;
 };
 
-/// A name and a value that may stand in a header; an empty value stands for no such header, not even libcurl's own.
-using StandardHeader = std::pair<std::string_view, std::string_view>;
+/// What the headers of a call are made of. Borrowed.
+struct HeaderSources {
+  const CMRestParamList& session;
+  const CMRestParamList& request;  // each replaces the session's of the same name
+  const std::string& userAgent;    // empty: the name and version of libqx
+  std::string_view contentType;    // empty: no such header, not even libcurl's own
+  bool isBodyLarge;
+};
 
-/// Appends the headers of a call, trimmed at both ends. A header of the request replaces the session's of the same
-/// name, and one of either a standard one. False when a name or a value may not stand in a header.
-bool appendHeaders(HeaderLines& lines, const CMRestParamList& sessionHeaders, const CMRestParamList& requestHeaders,
-                   std::initializer_list<StandardHeader> standardHeaders);
+/// The headers of one call after the other, which are mostly the same. Serves one thread at a time.
+class RestHeaders {
+ public:
+  RestHeaders() = default;
+  RestHeaders(const RestHeaders&) = delete;
+  RestHeaders& operator=(const RestHeaders&) = delete;
+
+  /// Gives the transfer the headers, trimmed at both ends. Those of libqx stand back behind the sources' of the same
+  /// name. False when a name or a value may not stand in a header. The transfer must end before the next time.
+  bool setOn(CurlEasy& easy, const HeaderSources& sources);
+  /// The user agent by itself, as it is sent.
+  const std::string& obtainUserAgent() const noexcept { return sentUserAgent_; }
+
+ private:
+  bool areMadeOf(const HeaderSources& sources) const;
+  bool make(const HeaderSources& sources);
+
+  CMRestParamList session_;
+  CMRestParamList request_;
+  std::string userAgent_;
+  std::string contentType_;
+  bool isBodyLarge_ = false;
+  std::string sentUserAgent_;
+  HeaderLines lines_;
+  curl_slist* list_ = nullptr;  // null unless the lines are those of the sources above
+};
