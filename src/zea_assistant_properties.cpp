@@ -342,7 +342,7 @@ void ZEAAssistantProperties::normalizeHost(const std::string& hostText, const st
 }
 
 bool ZEAAssistantProperties::sendsTemperature() const {
-  return isAssigned(kTemperature) && isAssigned(kUseTemperature) && useTemperature;
+  return useTemperature && isAssigned(kUseTemperature) && isAssigned(kTemperature);
 }
 
 std::string ZEAAssistantProperties::obtainDocument() const {

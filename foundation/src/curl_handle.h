@@ -27,9 +27,10 @@ using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
 /// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.
 class CurlEasy {
  public:
-  CurlEasy() : handle_(curl_easy_init()) {
-    if (!handle_) throw std::bad_alloc();
-  }
+  CurlEasy() : CurlEasy(curl_easy_init(), true) {}
+
+  /// Another transfer with the same options.
+  CurlEasy duplicate() const { return {curl_easy_duphandle(handle_.get()), isComplete_}; }
 
   template <typename Value>
   void set(CURLoption option, Value value) {
@@ -56,6 +57,10 @@ class CurlEasy {
   CURL* get() const noexcept { return handle_.get(); }
 
  private:
+  CurlEasy(CURL* handle, bool isComplete) : handle_(handle), isComplete_(isComplete) {
+    if (!handle_) throw std::bad_alloc();
+  }
+
   std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>> handle_;
-  bool isComplete_ = true;
+  bool isComplete_;
 };

@@ -21,7 +21,7 @@ namespace {
 
 // True when something was there, if only the end.
 bool empty(curl_socket_t socket) noexcept {
-  std::array<char, 4096> unasked;
+  std::array<char, 256> unasked;
   ssize_t size = ::recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT);
   const bool hasSpoken = size >= 0;
   while (size > 0) size = ::recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT);
@@ -101,7 +101,10 @@ CurlMulti createMultiAmongThreads() {
 }  // namespace
 
 void KeptConnections::open(const std::string& trustedAuthorities) {
-  if (authorities != trustedAuthorities) multi.reset();
+  if (authorities != trustedAuthorities) {
+    multi.reset();
+    pattern.reset();
+  }
   if (multi) return;
   authorities = trustedAuthorities;
   multi = createMulti();

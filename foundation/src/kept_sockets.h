@@ -1,6 +1,7 @@
 // The sockets behind the connections that a libcurl multi handle keeps.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,7 @@ struct KeptConnections {
   std::string authorities;  // the file of those that the connections trust
   RestURL url;
   RestHeaders headers;
+  std::optional<CurlEasy> pattern;  // of the transfers; it makes none itself
 
   /// Makes the multi handle unless it is there. Connections that trust other authorities are given up. Throws
   /// `std::bad_alloc`.

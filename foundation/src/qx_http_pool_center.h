@@ -46,6 +46,8 @@ class QXHTTPPoolCenter::Lease {
 
   CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
   KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
+  const std::string& obtainAuthorities() const noexcept { return connections_.authorities; }
+  std::optional<CurlEasy>& obtainPattern() const noexcept { return connections_.pattern; }
   RestURL& obtainURL() const noexcept { return connections_.url; }
   RestHeaders& obtainHeaders() const noexcept { return connections_.headers; }
   bool isCancelled() const noexcept;

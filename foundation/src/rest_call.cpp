@@ -98,12 +98,15 @@ void setTLSOptions(CurlEasy& easy, const std::string& trustedFile) {
   }
 }
 
-void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
+void setStandingOptions(CurlEasy& easy, const QXHTTPPoolCenter::Lease& lease) {
   easy.set(CURLOPT_PROTOCOLS_STR, "http,https");
   easy.set(CURLOPT_FOLLOWLOCATION, 0L);
   easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
   easy.set(CURLOPT_HTTP09_ALLOWED, 0L);
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
+  // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
+  easy.set(CURLOPT_PROXY, "");
+  easy.set(CURLOPT_NOPROXY, "");
   easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
   easy.set(CURLOPT_WRITEFUNCTION, writeBody);
 
@@ -112,7 +115,16 @@ void setStandingOptions(CurlEasy& easy, KeptSockets& sockets) {
   easy.set(CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
   // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
-  sockets.serve(easy);
+  lease.obtainSockets().serve(easy);
+  setTLSOptions(easy, lease.obtainAuthorities());
+}
+
+/// A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
+/// continuation of a header. It is copied, because making one takes a lock that all threads of the process spin on.
+CurlEasy makeHandle(const QXHTTPPoolCenter::Lease& lease) {
+  std::optional<CurlEasy>& pattern = lease.obtainPattern();
+  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace(), lease);
+  return pattern->duplicate();
 }
 
 long clampMilliseconds(std::int64_t milliseconds) {
@@ -120,12 +132,8 @@ long clampMilliseconds(std::int64_t milliseconds) {
 }
 
 void setProxy(CurlEasy& easy, const CMRestGlobalSettings& settings, const std::string& userAgent) {
-  const bool isNone = settings.proxyURL.empty();
-  // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
   easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
-  // libcurl compares the host with the bypass before it looks whether there is a proxy at all.
-  easy.set(CURLOPT_NOPROXY, isNone ? "" : settings.proxyBypass.c_str());
-  if (isNone) return;
+  easy.set(CURLOPT_NOPROXY, settings.proxyBypass.c_str());
   easy.set(CURLOPT_PROXY_SSLVERSION, kOldestTLS);
   easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
   easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
@@ -134,12 +142,11 @@ void setProxy(CurlEasy& easy, const CMRestGlobalSettings& settings, const std::s
   easy.set(CURLOPT_USERAGENT, userAgent.c_str());
 }
 
-void setSettings(CurlEasy& easy, const CMRestGlobalSettings& settings) {
+void setTimeLimits(CurlEasy& easy, const CMRestGlobalSettings& settings) {
   const bool hasConnectTimeout = settings.connectTimeoutMs > 0;
   easy.set(CURLOPT_CONNECTTIMEOUT_MS,
            clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
   easy.set(CURLOPT_TIMEOUT_MS, clampMilliseconds(settings.requestTimeoutMs));
-  setTLSOptions(easy, settings.caFile);
 }
 
 void setBody(CurlEasy& easy, const std::string& body, Transfer& transfer) {
@@ -231,14 +238,11 @@ RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& set
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
   Transfer transfer(settings);
-  // A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
-  // continuation of a header.
-  CurlEasy easy;
+  CurlEasy easy = makeHandle(lease);
   const std::int32_t refusal = setRequest(easy, call, settings, lease);
   if (refusal != CMRestCode::Success) return {refusal, {}};
-  setStandingOptions(easy, lease.obtainSockets());
-  setSettings(easy, settings);
-  setProxy(easy, settings, lease.obtainHeaders().obtainUserAgent());
+  setTimeLimits(easy, settings);
+  if (transfer.hasProxy) setProxy(easy, settings, lease.obtainHeaders().obtainUserAgent());
   setTransfer(easy, call, transfer);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
   lease.obtainSockets().cutOffSpoilt();

@@ -48,7 +48,8 @@ class RestClient final : public ICSRestClient {
  private:
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
-    const CMRestGlobalSettings settings = settings_ != nullptr ? *settings_ : CMRestGlobalSettings();
+    static const CMRestGlobalSettings defaults;
+    const CMRestGlobalSettings& settings = settings_ != nullptr ? *settings_ : defaults;
     const std::int32_t code = check(*request, settings);
     if (code != CMRestCode::Success) return {code, {}};
     const CMRestParamList none;
