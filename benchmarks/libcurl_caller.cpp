@@ -1,6 +1,8 @@
 #include "libcurl_caller.h"
 
 #include <openssl/ssl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -32,6 +34,20 @@ std::size_t collect(char* data, std::size_t size, std::size_t count, void* reply
 CURLcode shareStore(CURL*, void* context, void* store) {
   SSL_CTX_set1_cert_store(static_cast<SSL_CTX*>(context), static_cast<X509_STORE*>(store));
   return CURLE_OK;
+}
+
+std::size_t passOver(char*, std::size_t size, std::size_t count, void*) { return size * count; }
+
+int allowStart(void*, char*, char*, int, int) { return CURL_PREREQFUNC_OK; }
+
+curl_socket_t openSocket(void* last, curlsocktype, curl_sockaddr* address) {
+  const curl_socket_t socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  return *static_cast<curl_socket_t*>(last) = socket;
+}
+
+int closeSocket(void* last, curl_socket_t socket) {
+  *static_cast<curl_socket_t*>(last) = CURL_SOCKET_BAD;
+  return ::close(socket);
 }
 
 }  // namespace
@@ -75,15 +91,50 @@ const std::string& LibcurlCaller::call() {
   return reply_;
 }
 
-const std::string& LibcurlCaller::callAnew() {
-  if (!connections_) {
+void LibcurlCaller::guard(CURL* handle) {
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+  curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+  curl_easy_setopt(handle, CURLOPT_HTTP09_ALLOWED, 0L);
+  curl_easy_setopt(handle, CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
+  curl_easy_setopt(handle, CURLOPT_TCP_KEEPALIVE, 1L);
+  curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, 30L);
+  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_NOPROXY, "");
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, 10'000L);
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, 600'000L);
+  curl_easy_setopt(handle, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+  // Otherwise libcurl would copy the names of its own authorities, which are not asked.
+  curl_easy_setopt(handle, CURLOPT_PROXY_CAINFO, nullptr);
+  curl_easy_setopt(handle, CURLOPT_PROXY_CAPATH, nullptr);
+  if (caFile_.empty()) curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+  curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+  curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, passOver);
+  curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, allowStart);
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  curl_easy_setopt(handle, CURLOPT_OPENSOCKETDATA, &socket_);
+  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
+  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, &socket_);
+}
+
+const std::string& LibcurlCaller::callGuarded() {
+  if (!handle_) {
     connections_.reset(curl_multi_init());
     parsedURL_.reset(curl_url());
     curl_url_set(parsedURL_.get(), CURLUPART_URL, url_.c_str(), 0);
+    handle_ = makeHandle();
+    guard(handle_.get());
   }
   reply_.clear();
-  const Handle handle = makeHandle();
+  const Handle handle(curl_easy_duphandle(handle_.get()), curl_easy_cleanup);
   curl_easy_setopt(handle.get(), CURLOPT_CURLU, parsedURL_.get());
+  if (body_ != nullptr) post(handle.get(), *body_);
+  // Has the server spoken while nothing was asked?
+  char unasked = 0;
+  if (socket_ != CURL_SOCKET_BAD && recv(socket_, &unasked, 1, MSG_DONTWAIT) >= 0) shutdown(socket_, SHUT_RDWR);
   curl_multi_add_handle(connections_.get(), handle.get());
   int running = 1;
   while (curl_multi_perform(connections_.get(), &running) == CURLM_OK && running > 0) {

@@ -25,13 +25,15 @@ class LibcurlCaller {
   /// Calls with a handle that is kept. Gives the body of the reply, empty when the call failed. Borrowed until the next
   /// call.
   const std::string& call();
-  /// The same with a new handle. Connections, the list of headers and what libcurl has read of the URL are kept.
-  const std::string& callAnew();
+  /// The same as the library has to call: with a copy of the handle that is kept, and with every option and callback
+  /// that what it promises takes. One caller makes calls of one of the two kinds.
+  const std::string& callGuarded();
 
  private:
   using Handle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 
   Handle makeHandle();
+  void guard(CURL* handle);
 
   std::string url_;
   const std::string* body_;
@@ -40,6 +42,7 @@ class LibcurlCaller {
   std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_;
   std::string reply_;
   Handle handle_;
+  curl_socket_t socket_ = CURL_SOCKET_BAD;  // the last that was opened for a guarded call
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedURL_;
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> connections_;
 };

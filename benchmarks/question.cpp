@@ -19,10 +19,10 @@ std::string render(const std::string& document) {
   return prompt;
 }
 
-void addMessage(COJsonValue& messages, const char* role, const std::string& content) {
+void addMessage(COJsonValue& messages, const char* role, std::string content) {
   COJsonValue* const item = messages.addArrayItem();
   item->addKeyValue("role")->setStringValue(role);
-  item->addKeyValue("content")->setStringValue(content);
+  item->addKeyValue("content")->adoptStringValue(std::move(content));
 }
 
 }  // namespace
@@ -41,6 +41,11 @@ std::string ask(IZEAAssistant& assistant) {
   auto [reply, failure] = assistant.addMessage(kQuestion);
   ZEAFreeObject(reply);
   return std::move(failure);
+}
+
+bool isRead(const std::string& reply) {
+  const COJson json(reply);
+  return json.obtainKeyValue("choices") != nullptr;
 }
 
 std::string promptOf(std::size_t bytes) {

@@ -53,6 +53,9 @@ std::string promptOf(std::size_t bytes);
 /// that all sides send the same.
 std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemoryEntry>& turns = {});
 
+/// Reads a reply as JSON. True when it holds what the library looks for.
+bool isRead(const std::string& reply);
+
 /// A server, plain or with an identity of an authority of its own. As long as it is there, the settings of libzea trust
 /// that authority and name `kUserAgent`. Its clients go before it.
 class Peer {

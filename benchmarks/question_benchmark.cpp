@@ -1,5 +1,6 @@
-// One question over loopback, against libcurl with a handle that is kept or new and a body that is fixed or copied, and
-// against a bare socket. The argument is the size of the system prompt.
+// One question over loopback, against libcurl with a handle that is kept and a body that is fixed or copied, against
+// libcurl that does what the library cannot do without, and against a bare socket. The argument is the size of the
+// system prompt.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <netinet/tcp.h>
@@ -36,15 +37,18 @@ void libcurl(benchmark::State& state, bool isSecure) {
   }
 }
 
-/// What the library cannot do without: behind a reply, libcurl 7.88 reads what it has freed when the next one through
-/// the same handle begins with the continuation of a header.
-void freshLibcurl(benchmark::State& state, bool isSecure) {
+/// What nobody who keeps the library's promises with libcurl can do without: its guards, among them another handle
+/// for each call, a body that is made and a reply that is read. Behind a reply, libcurl 7.88 reads what it has freed
+/// when the next one through the same handle begins with the continuation of a header.
+void guardedLibcurl(benchmark::State& state, bool isSecure) {
   const Peer peer(isSecure);
-  const std::string body = bodyOf(promptFor(state));
+  const std::string prompt = promptFor(state);
+  std::string body;
   LibcurlCaller caller(peer.url() + kChatPath, &body);
   if (isSecure) caller.trust(peer.caFile());
   for (auto _ : state) {
-    if (caller.callAnew() != kReply) state.SkipWithError("failed");
+    body = bodyOf(prompt);
+    if (!isRead(caller.callGuarded())) state.SkipWithError("failed");
   }
 }
 
@@ -94,14 +98,18 @@ void bareSocket(benchmark::State& state) {
   close(client);
 }
 
+void smallPrompt(benchmark::internal::Benchmark* benchmark) {
+  benchmark->Arg(2'000)->Unit(benchmark::kMicrosecond)->UseRealTime();
+}
+
 void prompts(benchmark::internal::Benchmark* benchmark) {
-  for (const std::int64_t size : {2'000, 200'000, 2'000'000}) benchmark->Arg(size);
-  benchmark->Unit(benchmark::kMicrosecond)->UseRealTime();
+  smallPrompt(benchmark);
+  benchmark->Arg(200'000)->Arg(2'000'000);
 }
 BENCHMARK_CAPTURE(ask, http, false)->Apply(prompts);
 BENCHMARK_CAPTURE(libcurl, http, false)->Apply(prompts);
-BENCHMARK_CAPTURE(freshLibcurl, http, false)->Apply(prompts);
-BENCHMARK_CAPTURE(freshLibcurl, https, true)->Apply(prompts);
+BENCHMARK_CAPTURE(guardedLibcurl, http, false)->Apply(smallPrompt);
+BENCHMARK_CAPTURE(guardedLibcurl, https, true)->Apply(smallPrompt);
 BENCHMARK(copyingLibcurl)->Name("copyingLibcurl/http")->Apply(prompts);
 BENCHMARK(bareSocket)->Apply(prompts);
 BENCHMARK_CAPTURE(ask, https, true)->Apply(prompts);
