@@ -44,12 +44,7 @@ class QXHTTPPoolCenter::Lease {
   Lease(const Lease&) = delete;
   Lease& operator=(const Lease&) = delete;
 
-  CURLM* obtainMulti() const noexcept { return connections_.multi.get(); }
-  KeptSockets& obtainSockets() const noexcept { return connections_.sockets; }
-  const std::string& obtainAuthorities() const noexcept { return connections_.authorities; }
-  std::optional<CurlEasy>& obtainPattern() const noexcept { return connections_.pattern; }
-  RestURL& obtainURL() const noexcept { return connections_.url; }
-  RestHeaders& obtainHeaders() const noexcept { return connections_.headers; }
+  KeptConnections& obtainConnections() const noexcept { return connections_; }
   bool isCancelled() const noexcept;
 
  private:

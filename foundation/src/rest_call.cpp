@@ -98,7 +98,7 @@ void setTLSOptions(CurlEasy& easy, const std::string& trustedFile) {
   }
 }
 
-void setStandingOptions(CurlEasy& easy, const QXHTTPPoolCenter::Lease& lease) {
+void setStandingOptions(CurlEasy& easy, KeptConnections& connections) {
   easy.set(CURLOPT_PROTOCOLS_STR, "http,https");
   easy.set(CURLOPT_FOLLOWLOCATION, 0L);
   easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
@@ -115,15 +115,15 @@ void setStandingOptions(CurlEasy& easy, const QXHTTPPoolCenter::Lease& lease) {
   easy.set(CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
   // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
-  lease.obtainSockets().serve(easy);
-  setTLSOptions(easy, lease.obtainAuthorities());
+  connections.sockets.serve(easy);
+  setTLSOptions(easy, connections.authorities);
 }
 
 /// A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
 /// continuation of a header. It is copied, because making one takes a lock that all threads of the process spin on.
-CurlEasy makeHandle(const QXHTTPPoolCenter::Lease& lease) {
-  std::optional<CurlEasy>& pattern = lease.obtainPattern();
-  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace(), lease);
+CurlEasy makeHandle(KeptConnections& connections) {
+  std::optional<CurlEasy>& pattern = connections.pattern;
+  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace(), connections);
   return pattern->duplicate();
 }
 
@@ -159,12 +159,12 @@ void setBody(CurlEasy& easy, const std::string& body, Transfer& transfer) {
 
 /// The code of what may not be sent.
 std::int32_t setRequest(CurlEasy& easy, const RestCall& call, const CMRestGlobalSettings& settings,
-                        const QXHTTPPoolCenter::Lease& lease) {
+                        KeptConnections& connections) {
   const bool isBodyLarge = call.postBody && call.postBody->size() > kLargeBody;
   const HeaderSources headers{call.sessionHeaders, call.request.obtainHeaderParams(), settings.userAgent,
                               call.contentType, isBodyLarge};
-  if (!lease.obtainHeaders().setOn(easy, headers)) return CMRestCode::InvalidHeader;
-  const bool isURL = lease.obtainURL().setOn(easy, call.request.obtainURL(), call.request.obtainQueryParams());
+  if (!connections.headers.setOn(easy, headers)) return CMRestCode::InvalidHeader;
+  const bool isURL = connections.url.setOn(easy, call.request.obtainURL(), call.request.obtainQueryParams());
   return isURL ? CMRestCode::Success : CMRestCode::InvalidURL;
 }
 
@@ -196,7 +196,7 @@ class Attachment {
 
 /// Drives the one transfer of the multi handle to its end. Nothing when it was cancelled on the way.
 std::optional<CURLcode> drive(const QXHTTPPoolCenter::Lease& lease) {
-  CURLM* const multi = lease.obtainMulti();
+  CURLM* const multi = lease.obtainConnections().multi.get();
   int running = 1;
   for (;;) {
     if (lease.isCancelled()) return std::nullopt;
@@ -237,16 +237,17 @@ bool initializeCurl() {
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
   // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
   const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
+  KeptConnections& connections = lease.obtainConnections();
   Transfer transfer(settings);
-  CurlEasy easy = makeHandle(lease);
-  const std::int32_t refusal = setRequest(easy, call, settings, lease);
+  CurlEasy easy = makeHandle(connections);
+  const std::int32_t refusal = setRequest(easy, call, settings, connections);
   if (refusal != CMRestCode::Success) return {refusal, {}};
   setTimeLimits(easy, settings);
-  if (transfer.hasProxy) setProxy(easy, settings, lease.obtainHeaders().obtainUserAgent());
+  if (transfer.hasProxy) setProxy(easy, settings, connections.headers.obtainUserAgent());
   setTransfer(easy, call, transfer);
   if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
-  lease.obtainSockets().cutOffSpoilt();
-  const Attachment attachment(lease.obtainMulti(), easy.get());
+  connections.sockets.cutOffSpoilt();
+  const Attachment attachment(connections.multi.get(), easy.get());
   if (!attachment.isAttached()) return {CMRestCode::TransferFailed, {}};
 
   const std::optional<CURLcode> result = drive(lease);
