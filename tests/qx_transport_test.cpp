@@ -28,6 +28,7 @@ namespace {
 using support::Answer;
 using support::Caller;
 using support::messageOf;
+using support::ok;
 using support::okReply;
 using support::RawConnection;
 using support::RawEnd;
@@ -36,8 +37,6 @@ using support::TestAuthority;
 
 constexpr std::string_view kMarker = "marker-key-7f3a";
 constexpr int kLimitMs = 300;
-
-std::string ok(const std::string& rest) { return "HTTP/1.1 200 OK\r\n" + rest; }
 
 // What a server sent behind a reply was once taken for the reply to the next question.
 TEST(KeptConnection, IsGivenUpWhenTheServerSpeaksUnasked) {

@@ -20,6 +20,7 @@ namespace {
 using support::Answer;
 using support::Caller;
 using support::messageOf;
+using support::ok;
 using support::okReply;
 using support::RawConnection;
 using support::RawEnd;
@@ -51,7 +52,6 @@ std::string fromHex(std::string_view digits) {
   return bytes;
 }
 
-std::string ok(const std::string& rest) { return "HTTP/1.1 200 OK\r\n" + rest; }
 std::string chunked(const std::string& rest) { return ok("Transfer-Encoding: chunked\r\n\r\n" + rest); }
 std::string packed(const std::string& body, const std::string& kind = "gzip") {
   return ok("Content-Encoding: " + kind + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);

@@ -22,6 +22,7 @@ struct CurlRelease {
 };
 
 using CurlMulti = std::unique_ptr<CURLM, CurlRelease<curl_multi_cleanup>>;
+using CurlList = std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>>;
 using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
 
 /// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.

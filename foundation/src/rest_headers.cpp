@@ -1,6 +1,8 @@
 #include "rest_headers.h"
 
 #include <algorithm>
+#include <new>
+#include <string>
 
 #include "qx/text.h"
 #include "text_view.h"
@@ -28,32 +30,24 @@ bool hasHeader(const CMRestParamList& headers, std::string_view name) noexcept {
                      [name](const auto& header) { return isSameIgnoringCase(qxTrim(header.first), name); });
 }
 
-bool appendHeader(HeaderLines& lines, std::string_view name, std::string_view value) {
+void appendLine(CurlList& lines, std::string_view name, std::string_view separator, std::string_view value) {
+  const std::string line = std::string(name).append(separator).append(value);
+  curl_slist* const longer = curl_slist_append(lines.get(), line.c_str());
+  if (longer == nullptr) throw std::bad_alloc();
+  static_cast<void>(lines.release());  // it is part of the longer one
+  lines.reset(longer);
+}
+
+bool appendHeader(CurlList& lines, std::string_view name, std::string_view value) {
   name = qxTrim(name);
   value = qxTrim(value);
   if (!isHeaderName(name) || !isHeaderValue(value)) return false;
   // Behind a bare colon libcurl understands that the header is not wanted; an empty one is written like this.
-  lines.append({name, value.empty() ? ";" : ": ", value});
+  appendLine(lines, name, value.empty() ? ";" : ": ", value);
   return true;
 }
 
 }  // namespace
-
-void HeaderLines::append(std::initializer_list<std::string_view> pieces) {
-  for (const std::string_view piece : pieces) text_ += piece;
-  text_ += '\0';
-  ++lines_;
-}
-
-curl_slist* HeaderLines::obtainList() {
-  list_.clear();
-  list_.reserve(lines_);
-  for (std::size_t begin = 0; begin < text_.size(); begin = text_.find('\0', begin) + 1) {
-    if (!list_.empty()) list_.back().next = list_.data() + list_.size();  // where the next one comes
-    list_.push_back({text_.data() + begin, nullptr});
-  }
-  return list_.empty() ? nullptr : list_.data();
-}
 
 bool isSameIgnoringCase(std::string_view left, std::string_view right) noexcept {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(),
@@ -72,40 +66,39 @@ bool RestHeaders::areMadeOf(const HeaderSources& sources) const {
          contentType_ == sources.contentType && isBodyLarge_ == sources.isBodyLarge;
 }
 
-bool RestHeaders::make(const HeaderSources& sources) {
+CurlList RestHeaders::make(const HeaderSources& sources) {
   session_ = sources.session;
   request_ = sources.request;
   userAgent_ = sources.userAgent;
   contentType_ = sources.contentType;
   isBodyLarge_ = sources.isBodyLarge;
   sentUserAgent_ = userAgent_.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(userAgent_);
-  lines_ = {};
+  if (!isHeaderValue(sentUserAgent_)) return nullptr;
 
+  CurlList lines;
   for (const auto& [name, value] : session_) {
-    if (!hasHeader(request_, qxTrim(name)) && !appendHeader(lines_, name, value)) return false;
+    if (!hasHeader(request_, qxTrim(name)) && !appendHeader(lines, name, value)) return nullptr;
   }
   for (const auto& [name, value] : request_) {
-    if (!appendHeader(lines_, name, value)) return false;
+    if (!appendHeader(lines, name, value)) return nullptr;
   }
-  const auto appendOwn = [this](std::string_view name, std::string_view value) {
-    if (!hasHeader(session_, name) && !hasHeader(request_, name))
-      lines_.append({name, value.empty() ? ":" : ": ", value});
+  const auto appendOwn = [&](std::string_view name, std::string_view value) {
+    if (hasHeader(session_, name) || hasHeader(request_, name)) return;
+    appendLine(lines, name, value.empty() ? ":" : ": ", value);
   };
-  if (!isHeaderValue(sentUserAgent_)) return false;
   appendOwn("User-Agent", sentUserAgent_);
   appendOwn("Accept-Encoding", "gzip");
   appendOwn("Content-Type", contentType_);
   // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
-  if (isBodyLarge_) lines_.append({"Expect:"});
-  return true;
+  if (isBodyLarge_) appendLine(lines, "Expect", ":", "");
+  return lines;
 }
 
 bool RestHeaders::setOn(CurlEasy& easy, const HeaderSources& sources) {
-  if (list_ == nullptr || !areMadeOf(sources)) {
-    list_ = nullptr;  // none are taken for another's should memory run out
-    if (!make(sources)) return false;
-    list_ = lines_.obtainList();
+  if (!lines_ || !areMadeOf(sources)) {
+    lines_.reset();  // none are taken for another's should memory run out
+    lines_ = make(sources);
   }
-  easy.set(CURLOPT_HTTPHEADER, list_);
-  return true;
+  easy.set(CURLOPT_HTTPHEADER, lines_.get());
+  return lines_ != nullptr;
 }

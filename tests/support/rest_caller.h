@@ -51,8 +51,11 @@ inline std::string messageOf(std::int32_t code) {
   return QX::obtainAppFactory()->obtainErrorService()->obtainErrorTranslator()->translateError(code).message;
 }
 
+/// A head that goes on with `rest`.
+inline std::string ok(const std::string& rest) { return "HTTP/1.1 200 OK\r\n" + rest; }
+
 inline std::string okReply(const std::string& body) {
-  return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  return ok("Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
 }
 
 }  // namespace support
