@@ -1,26 +1,26 @@
 #include "gzip_reader.h"
 
+#include <new>
+
 namespace {
 
 constexpr int kGzipOnly = 16 + MAX_WBITS;
 
 }  // namespace
 
-GzipReader::~GzipReader() {
-  // Its result only tells whether data were left over.
-  if (isBegun_) static_cast<void>(inflateEnd(&stream_));
+GzipReader::GzipReader() {
+  if (inflateInit2(&stream_, kGzipOnly) != Z_OK) throw std::bad_alloc();
 }
 
-bool GzipReader::begin(std::string_view packed) noexcept {
-  if (!isBegun_) {
-    if (inflateInit2(&stream_, kGzipOnly) != Z_OK) return false;
-    isBegun_ = true;
-  }
+GzipReader::~GzipReader() {
+  // Its result only tells whether data were left over.
+  static_cast<void>(inflateEnd(&stream_));
+}
+
+void GzipReader::setInput(std::string_view packed) noexcept {
   // zlib doesn't write to its input, whatever the type of the pointer.
   stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
   stream_.avail_in = static_cast<uInt>(packed.size());
-  stream_.avail_out = kPieceBytes;
-  return true;
 }
 
 std::string_view GzipReader::unpackPiece() noexcept {

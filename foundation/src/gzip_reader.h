@@ -5,9 +5,11 @@
 
 #include <string_view>
 
+/// Large, so it is for the heap, and only where something is packed.
 class GzipReader {
  public:
-  GzipReader() = default;
+  /// Throws `std::bad_alloc`.
+  GzipReader();
   ~GzipReader();
   GzipReader(const GzipReader&) = delete;
   GzipReader& operator=(const GzipReader&) = delete;
@@ -16,25 +18,24 @@ class GzipReader {
   /// returns false to stop. False when the data are damaged or `take` stopped.
   template <typename Take>
   bool unpack(std::string_view packed, Take&& take) {
-    if (!begin(packed)) return false;
+    setInput(packed);
     do {
       const std::string_view piece = unpackPiece();
       if (isDamaged_ || (!piece.empty() && !take(piece))) return false;
     } while (hasMore());
     return true;
   }
-  /// True when nothing has come yet, or the packed text up to its check sum.
-  bool isWhole() const noexcept { return !isBegun_ || isEnded_; }
+  /// True when the packed text has come up to its check sum.
+  bool isWhole() const noexcept { return isEnded_; }
 
  private:
   static constexpr unsigned kPieceBytes = 16U * 1024U;
 
-  bool begin(std::string_view packed) noexcept;
+  void setInput(std::string_view packed) noexcept;
   std::string_view unpackPiece() noexcept;
   bool hasMore() const noexcept { return stream_.avail_in > 0 || stream_.avail_out == 0; }
 
   z_stream stream_{};
-  bool isBegun_ = false;
   bool isEnded_ = false;
   bool isDamaged_ = false;
   char piece_[kPieceBytes];

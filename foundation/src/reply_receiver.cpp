@@ -72,7 +72,8 @@ bool ReplyReceiver::takeBody(std::string_view data) noexcept {
       if (length_) body_.reserve(static_cast<std::size_t>(*length_));
     }
     if (packing_ == Packing::None) return append(data);
-    const bool isUnpacked = unpacker_.unpack(data, [this](std::string_view piece) { return append(piece); });
+    if (!unpacker_) unpacker_ = std::make_unique<GzipReader>();
+    const bool isUnpacked = unpacker_->unpack(data, [this](std::string_view piece) { return append(piece); });
     return isUnpacked || giveUp(fault_ == ReplyFault::None ? ReplyFault::Malformed : fault_);
   } catch (...) {
     return giveUp(ReplyFault::OutOfMemory);

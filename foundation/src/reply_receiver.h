@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,7 +31,7 @@ class ReplyReceiver {
   /// True when the head came with its final line.
   bool hasWholeHead() const noexcept { return hasWholeHead_; }
   /// True when a packed body came up to its end; what isn't packed is whole by this measure.
-  bool isWholePacking() const noexcept { return unpacker_.isWhole(); }
+  bool isWholePacking() const noexcept { return !unpacker_ || unpacker_->isWhole(); }
   std::string releaseBody() noexcept { return std::move(body_); }
 
  private:
@@ -48,7 +49,7 @@ class ReplyReceiver {
   Packing packing_ = Packing::None;
   std::optional<std::uint64_t> length_;
   bool hasBody_ = false;
-  GzipReader unpacker_;
+  std::unique_ptr<GzipReader> unpacker_;  // of a packed body that has begun
   std::string body_;
   ReplyFault fault_ = ReplyFault::None;
 };
