@@ -47,7 +47,7 @@ QXHTTPPoolCenter* QXHTTPPoolCenter::obtainFrom(ICSHTTPPoolCenter* pool) noexcept
 
 QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool, const std::string& trustedAuthorities)
     : pool_(pool != nullptr && !pool->isBusy_.exchange(true) ? pool : nullptr),
-      connections_(pool_ != nullptr ? pool_->connections_ : own_) {
+      connections_(pool_ != nullptr ? pool_->connections_ : own_.emplace()) {
   try {
     connections_.open(trustedAuthorities);
   } catch (...) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "kept_sockets.h"
@@ -48,7 +49,7 @@ class QXHTTPPoolCenter::Lease {
   bool isCancelled() const noexcept;
 
  private:
-  QXHTTPPoolCenter* pool_;  // null without the pool's multi handle
-  KeptConnections own_;
+  QXHTTPPoolCenter* pool_;              // null without the pool's multi handle
+  std::optional<KeptConnections> own_;  // only without it
   KeptConnections& connections_;
 };
