@@ -41,11 +41,26 @@ void writeMessage(COJsonValue& item, const char* role, std::string content) {
 
 }  // namespace
 
+/// Builds the document when its text is asked for and lets go of it then: models take their time, and prompts are long.
+class ZEACall::MessageBody final : public ICOJsonValue {
+ public:
+  MessageBody(const ZEACall& call, const std::string& text) : call_(call), text_(text) {}
+
+  std::string obtainJsonString() const override {
+    COJson body;
+    call_.writeBody(body, text_);
+    return body.obtainJsonString();
+  }
+
+ private:
+  const ZEACall& call_;
+  const std::string& text_;
+};
+
 std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& text) const {
   if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
 
-  COJson body;
-  writeBody(body, text);
+  MessageBody body(*this, text);
   const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, query(), {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);

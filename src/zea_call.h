@@ -117,6 +117,8 @@ class ZEACall {
   const ZEAAssistantProperties& properties;
 
  private:
+  class MessageBody;
+
   std::string urlOf(ZEAPath path) const;
   std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
   std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;

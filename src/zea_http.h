@@ -18,7 +18,7 @@ using Result = std::pair<CMRestResourceResponse*, std::string>;
 
 /// Perform one call under the library's HTTP settings as they are at this moment. `URL` is complete but for the query;
 /// query and headers may be empty. The body is not owned, may be null and must live until the call returns. They
-/// throw nothing but `std::bad_alloc`.
+/// throw nothing but `std::bad_alloc` and what the body throws when its text is asked for.
 Result Get(CMRestSession* session, const std::string& URL, const CMRestParamList& query,
            const CMRestParamList& headers);
 Result Post(CMRestSession* session, const std::string& URL, ICOJsonValue* body, const CMRestParamList& query,
