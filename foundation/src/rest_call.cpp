@@ -104,9 +104,8 @@ void setStandingOptions(CurlEasy& easy, KeptConnections& connections) {
   easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
   easy.set(CURLOPT_HTTP09_ALLOWED, 0L);
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
-  // Unset, both would be read from the environment, and a key could go to a proxy that nobody here named.
-  easy.set(CURLOPT_PROXY, "");
-  easy.set(CURLOPT_NOPROXY, "");
+  // Otherwise libcurl would look for a proxy in the environment, and a key could go to one that nobody here named.
+  easy.set(CURLOPT_NOPROXY, "*");
   easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
   easy.set(CURLOPT_WRITEFUNCTION, writeBody);
 
