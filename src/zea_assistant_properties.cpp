@@ -7,6 +7,7 @@
 #include "qx/assertion.h"
 #include "qx/json.h"
 #include "qx/text.h"
+#include "zea_default_assistant_memory.h"
 #include "zea_json_read.h"
 #include "zea_text_writer.h"
 
@@ -218,10 +219,10 @@ CMVariantMap renderCatalog(const Catalog& catalog) {
 
 /// Appends all statements, a line each, straight behind `text`: the prompt is made for every message, and lists of
 /// statements in between cost more than the rendering itself.
-void writeInstructionLines(std::string& text, std::string documentText) {
+void writeInstructionLines(std::string& text, std::string_view documentText) {
   text.reserve(text.size() + documentText.size() / 2);  // statements are shorter than that
   ZEATextWriter out(text);
-  const COJson document(std::move(documentText));
+  const COJson document = COJson::parseBorrowed(documentText);
   for (const Catalog& catalog : readCatalogs(document)) {
     if (catalog.name != nullptr) out.put(catalog.statement(), "\n");
     forEachSchema(catalog, [&](const Schema& schema) {
@@ -327,7 +328,7 @@ bool ZEAAssistantProperties::assignStructure(const CMVariant& value) {
     memory->setStructureDocument(json->obtainJsonString());
   } else if (const std::string* const text = value.stringIfAny()) {
     if (text->empty()) return false;
-    const COJson json(*text);
+    const COJson json = COJson::parseBorrowed(*text);
     if (!qxAssert(json.getIsValidJson())) return false;
     memory->setStructureDocument(*text);
   }
@@ -345,15 +346,20 @@ bool ZEAAssistantProperties::sendsTemperature() const {
   return useTemperature && isAssigned(kUseTemperature) && isAssigned(kTemperature);
 }
 
-std::string ZEAAssistantProperties::obtainDocument() const {
-  return qxAssert(memory != nullptr) ? memory->obtainStructureDocument() : std::string();
+std::string_view ZEAAssistantProperties::obtainDocument(std::string& copy) const {
+  if (!qxAssert(memory != nullptr)) return {};
+  if (const auto* const own = dynamic_cast<const ZEADefaultAssistantMemory*>(memory)) {
+    return own->showStructureDocument();
+  }
+  return copy = memory->obtainStructureDocument();
 }
 
 CMVariantList ZEAAssistantProperties::obtainDatabaseStructure() const {
   CMVariantList catalogs;
-  std::string text = obtainDocument();
+  std::string copy;
+  const std::string_view text = obtainDocument(copy);
   if (text.empty()) return catalogs;
-  const COJson document(std::move(text));
+  const COJson document = COJson::parseBorrowed(text);
   for (const Catalog& catalog : readCatalogs(document)) catalogs.emplace_back(renderCatalog(catalog));
   return catalogs;
 }
@@ -365,8 +371,9 @@ std::string ZEAAssistantProperties::obtainSchemaInstructions() const {
 }
 
 void ZEAAssistantProperties::appendSchemaInstructions(std::string& out) const {
-  std::string text = obtainDocument();
-  if (!text.empty()) writeInstructionLines(out, std::move(text));
+  std::string copy;
+  const std::string_view text = obtainDocument(copy);
+  if (!text.empty()) writeInstructionLines(out, text);
 }
 
 std::string ZEAAssistantProperties::obtainCombinedInstructions() const {

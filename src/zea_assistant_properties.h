@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -74,6 +75,7 @@ class ZEAAssistantProperties : public IZEAProperties {
   bool assignTemperature(const CMVariant& value);
   bool mergeSystemInstructions(const CMVariant& value);
   bool assignStructure(const CMVariant& value);
-  std::string obtainDocument() const;
+  /// The document; `copy` keeps it where a host's memory hands it out by value. Good as long as both.
+  std::string_view obtainDocument(std::string& copy) const;
   void appendSchemaInstructions(std::string& out) const;
 };

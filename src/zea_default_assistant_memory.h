@@ -9,6 +9,8 @@ class ZEADefaultAssistantMemory final : public IZEAAssistantMemory {
  public:
   void setStructureDocument(const std::string& document) override { structureDocument = document; }
   std::string obtainStructureDocument() const override { return structureDocument; }
+  /// The same without a copy: borrowed until the document is set again.
+  const std::string& showStructureDocument() const noexcept { return structureDocument; }
   /// A reply that can't be kept takes its question along: what is remembered are whole turns.
   void addEntry(std::int32_t role, const std::string& text) override {
     try {

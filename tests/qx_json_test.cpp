@@ -88,7 +88,13 @@ TEST(JsonParsing, DecidesWhatTheFormatLeavesOpen) {
       {"{\"\xEF\xBB\xBF\xE9\":1}", "{\"\xEF\xBB\xBF\xE9\":1}"},
       {"\xEF\xBB\xBF{}", "{}"},
   };
-  for (const auto& [text, expected] : cases) EXPECT_EQ(COJson(text).obtainJsonString(), expected) << text;
+  for (const auto& [text, expected] : cases) {
+    const std::string kept = text;
+
+    EXPECT_EQ(COJson(text).obtainJsonString(), expected) << text;
+    EXPECT_EQ(COJson::parseBorrowed(kept).obtainJsonString(), expected) << text;
+    EXPECT_EQ(kept, text);
+  }
 }
 
 TEST(JsonParsing, WritesWhatItReadOnlyWithoutWhiteSpaceAndNeedlessEscapes) {

@@ -137,17 +137,18 @@ TEST(Factory, GivesAnAssistantThatOwnsItsPoolButNeverTheHostsMemory) {
   EXPECT_TRUE(memory.entries.empty());
 }
 
-TEST(Memory, OfTheHostIsAskedForTwentyTurnsAndSentInItsOrder) {
+TEST(Memory, OfTheHostIsAskedForTheStructureAndTwentyTurnsAndSentInItsOrder) {
   HostMemory memory;
+  memory.document = R"([{"catalog_name":"c","schemas":[]}])";
   memory.entries = {{7, "odd role"}, {ZEARoleAssistant, "said"}};
   Conversation conversation(kProviders[0]);
 
   conversation.assistant->setMemory(&memory);
   conversation.askWell("q");
 
-  EXPECT_EQ(conversation.lastBody(),
-            R"({"model":"m","messages":[{"role":"user","content":"odd role"},{"role":"assistant","content":"said"},)"
-            R"({"role":"user","content":"q"}]})");
+  EXPECT_EQ(conversation.lastBody(), R"({"model":"m","messages":[{"role":"developer","content":"USE CATALOG `c`\n\n"},)"
+                                     R"({"role":"user","content":"odd role"},{"role":"assistant","content":"said"},)"
+                                     R"({"role":"user","content":"q"}]})");
   EXPECT_EQ(memory.limits, std::vector<std::int32_t>{20});
   ASSERT_EQ(memory.entries.size(), 4U);
   conversation.assistant->setMemory(nullptr);

@@ -14,22 +14,30 @@
 
 #include "qx/json.h"
 
-/// Owns the text that a document was parsed from and blocks that are filled one behind the other. What it gives
-/// out never moves and is freed with the arena, block by block: no destructor walks the tree. Serves one thread.
+/// Owns the text that a document was parsed from, unless that is borrowed, and blocks that are filled one behind the
+/// other. What it gives out never moves and is freed with the arena, block by block: no destructor walks the tree.
+/// Serves one thread.
 class COJsonArena {
  public:
   using Node = COJsonValue::Node;
   using Kind = COJsonValue::Kind;
   using Chunk = COJsonValue::Chunk;
 
-  explicit COJsonArena(std::string text = {}) : text_(std::move(text)) {}
+  struct Borrowed {
+    std::string_view text;
+  };
+
+  explicit COJsonArena(std::string text = {}) : text_(std::move(text)), input_(text_) {}
+  explicit COJsonArena(Borrowed borrowed) : input_(borrowed.text) {}
   COJsonArena(const COJsonArena&) = delete;
   COJsonArena& operator=(const COJsonArena&) = delete;
 
-  const std::string& obtainText() const noexcept { return text_; }
-  std::string releaseText() noexcept { return std::move(text_); }
+  /// The text to parse.
+  std::string_view obtainInput() const noexcept { return input_; }
+  /// The same once the arena has no more use for it.
+  std::string releaseInput() { return input_.data() == text_.data() ? std::move(text_) : std::string(input_); }
   /// How many bytes of text, parsed and added, the document holds.
-  std::size_t obtainTextBytes() const noexcept { return text_.size() + addedBytes_; }
+  std::size_t obtainTextBytes() const noexcept { return input_.size() + addedBytes_; }
 
   std::string_view copyText(std::string_view text);
   /// The same for a text that can be kept as it is, if it is a long one.
@@ -64,10 +72,11 @@ class COJsonArena {
   std::byte* addBlock(std::size_t size);
 
   std::string text_;
+  std::string_view input_;
   std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
   // Enough for a small document. With it the arena still is one of the pieces that glibc keeps ready for each thread.
-  alignas(std::max_align_t) std::array<std::byte, 928> first_;
+  alignas(std::max_align_t) std::array<std::byte, 912> first_;
   std::byte* block_ = first_.data();  // the block that is being filled
   std::size_t blockSize_ = first_.size();
   std::size_t used_ = 0;

@@ -197,7 +197,7 @@ bool repairExponents(std::string& text) {
 }  // namespace
 
 bool qxParseJson(COJsonArena& arena, COJsonArena::Node& root) {
-  std::string_view input = arena.obtainText();
+  std::string_view input = arena.obtainInput();
   if (input.starts_with(kByteOrderMark)) input.remove_prefix(kByteOrderMark.size());
 
   boost::json::parse_options options;

@@ -130,10 +130,12 @@ COJson::COJson() : arena_(std::make_unique<COJsonArena>()) {
   COJsonArena::makeContainer(node_, Kind::Object, kFirstCapacity);
 }
 
-COJson::COJson(std::string text) : arena_(std::make_unique<COJsonArena>(std::move(text))) {
+COJson::COJson(std::string text) : COJson(std::make_unique<COJsonArena>(std::move(text))) {}
+
+COJson::COJson(std::unique_ptr<COJsonArena> arena) : arena_(std::move(arena)) {
   if (qxParseJson(*arena_, node_)) return;
   // For the sake of one character or number a user would lose the reply around it.
-  text = arena_->releaseText();
+  std::string text = arena_->releaseInput();
   arena_.reset();
   if (qxRepairJson(text)) {
     arena_ = std::make_unique<COJsonArena>(std::move(text));
@@ -141,6 +143,10 @@ COJson::COJson(std::string text) : arena_(std::make_unique<COJsonArena>(std::mov
     arena_.reset();
   }
   node_.kind = Kind::Invalid;
+}
+
+COJson COJson::parseBorrowed(std::string_view text) {
+  return COJson(std::make_unique<COJsonArena>(COJsonArena::Borrowed{text}));
 }
 
 COJson::~COJson() = default;

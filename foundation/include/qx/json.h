@@ -155,11 +155,15 @@ class QX_API COJson : public COJsonValue, public ICOJsonValue {
   /// A leading byte order mark is skipped, an unpaired surrogate escape reads as U+FFFD, more than 512 levels are
   /// not well-formed. Numbers without fraction and exponent that fit 64 bits are integers, all others doubles.
   explicit COJson(std::string text);
+  /// The same of a text that the caller keeps, unchanged, until the document has gone: it is not copied.
+  static COJson parseBorrowed(std::string_view text);
   ~COJson() override;
 
   std::string obtainJsonString() const override;
 
  private:
+  explicit COJson(std::unique_ptr<COJsonArena> arena);
+
   std::unique_ptr<COJsonArena> arena_;  // null when the text was not well-formed
 };
 
