@@ -100,8 +100,7 @@ void LibcurlCaller::guard(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_TCP_KEEPALIVE, 1L);
   curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, 30L);
   curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
-  curl_easy_setopt(handle, CURLOPT_PROXY, "");
-  curl_easy_setopt(handle, CURLOPT_NOPROXY, "");
+  curl_easy_setopt(handle, CURLOPT_NOPROXY, "*");
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, 10'000L);
   curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, 600'000L);
   curl_easy_setopt(handle, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
