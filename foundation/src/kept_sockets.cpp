@@ -101,10 +101,7 @@ CurlMulti createMultiAmongThreads() {
 }  // namespace
 
 void KeptConnections::open(const std::string& trustedAuthorities) {
-  if (authorities != trustedAuthorities) {
-    multi.reset();
-    pattern.reset();
-  }
+  if (authorities != trustedAuthorities) multi.reset();
   if (multi) return;
   authorities = trustedAuthorities;
   multi = createMulti();

@@ -1,7 +1,6 @@
 // The connections that a libcurl multi handle keeps, their sockets, and what the calls over them have in common.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,7 +37,6 @@ struct KeptConnections {
   std::string authorities;  // the file of those that the connections trust
   RestURL url;
   RestHeaders headers;
-  std::optional<CurlEasy> pattern;  // what each transfer begins as a copy of
 
   /// Makes the multi handle unless it is there. Connections that trust other authorities are given up. Throws
   /// `std::bad_alloc`.

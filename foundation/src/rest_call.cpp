@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <mutex>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -85,20 +88,16 @@ void setTrustedFile(CurlEasy& easy, const char* file) {
   easy.set(CURLOPT_PROXY_CAPATH, nullptr);
 }
 
-void setTLSOptions(CurlEasy& easy, const std::string& trustedFile) {
+void setTLSOptions(CurlEasy& easy) {
   easy.set(CURLOPT_SSLVERSION, kOldestTLS);
   easy.set(CURLOPT_SSL_VERIFYPEER, 1L);
   easy.set(CURLOPT_SSL_VERIFYHOST, kSameName);
-  if (isCurlOnOurOpenSSL()) {
-    setTrustedFile(easy, nullptr);
-    easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
-    easy.set(CURLOPT_SSL_CTX_DATA, &trustedFile);
-  } else if (!trustedFile.empty()) {
-    setTrustedFile(easy, trustedFile.c_str());
-  }
+  if (!isCurlOnOurOpenSSL()) return;
+  setTrustedFile(easy, nullptr);
+  easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
 }
 
-void setStandingOptions(CurlEasy& easy, KeptConnections& connections) {
+void setStandingOptions(CurlEasy& easy) {
   easy.set(CURLOPT_PROTOCOLS_STR, "http,https");
   easy.set(CURLOPT_FOLLOWLOCATION, 0L);
   easy.set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
@@ -114,16 +113,34 @@ void setStandingOptions(CurlEasy& easy, KeptConnections& connections) {
   easy.set(CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
   // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
-  connections.sockets.serve(easy);
-  setTLSOptions(easy, connections.authorities);
+  setTLSOptions(easy);
+}
+
+/// A copy of the one handle that has the standing options, because making one takes a lock that all threads of the
+/// process spin on. They share it: of its five kilobytes a thread would find nothing in its processor's cache.
+CurlEasy copyPattern() {
+  struct Shared {
+    std::mutex mutex;
+    std::optional<CurlEasy> pattern;
+  };
+  static Shared* const shared = std::make_unique<Shared>().release();
+  const std::lock_guard lock(shared->mutex);
+  std::optional<CurlEasy>& pattern = shared->pattern;
+  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace());
+  return pattern->duplicate();
 }
 
 /// A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
-/// continuation of a header. It is copied, because making one takes a lock that all threads of the process spin on.
+/// continuation of a header.
 CurlEasy makeHandle(KeptConnections& connections) {
-  std::optional<CurlEasy>& pattern = connections.pattern;
-  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace(), connections);
-  return pattern->duplicate();
+  CurlEasy easy = copyPattern();
+  connections.sockets.serve(easy);
+  if (isCurlOnOurOpenSSL()) {
+    easy.set(CURLOPT_SSL_CTX_DATA, &connections.authorities);
+  } else if (!connections.authorities.empty()) {
+    setTrustedFile(easy, connections.authorities.c_str());
+  }
+  return easy;
 }
 
 long clampMilliseconds(std::int64_t milliseconds) {
