@@ -1,5 +1,6 @@
 #include "question.h"
 
+#include <string_view>
 #include <utility>
 
 #include "structure_document.h"
@@ -19,10 +20,10 @@ std::string render(const std::string& document) {
   return prompt;
 }
 
-void addMessage(COJsonValue& messages, const char* role, std::string content) {
+void addMessage(COJsonValue& messages, const char* role, std::string_view content) {
   COJsonValue* const item = messages.addArrayItem();
   item->addKeyValue("role")->setStringValue(role);
-  item->addKeyValue("content")->adoptStringValue(std::move(content));
+  item->addKeyValue("content")->borrowStringValue(content);
 }
 
 }  // namespace
@@ -59,7 +60,8 @@ std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemo
   body.addKeyValue("model")->setStringValue("m");
   COJsonValue* const messages = body.addKeyValue("messages");
   // The library sets the user's instructions apart from what follows them.
-  if (!prompt.empty()) addMessage(*messages, "developer", prompt + "\n\n");
+  const std::string instructions = prompt.empty() ? prompt : prompt + "\n\n";
+  if (!instructions.empty()) addMessage(*messages, "developer", instructions);
   for (const ZEAAssistantMemoryEntry& turn : turns) {
     addMessage(*messages, turn.role == ZEARoleAssistant ? "assistant" : "user", turn.text);
   }

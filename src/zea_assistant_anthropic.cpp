@@ -31,18 +31,16 @@ class Call final : public ZEACall {
   ZEAPath chatPath() const override { return {"v1", "messages"}; }
   ZEAPath listingPath() const override { return {"v1", "models"}; }
 
-  void writeBody(COJson& body, const std::string& text) const override {
+  void writeBody(COJson& body, const ZEAPrompt& prompt) const override {
     body.addKeyValue("model")->setStringValue(properties.model);
     writeTemperature(body);
     const bool isAssigned = properties.isAssigned(kMaxTokens);
     body.addKeyValue(kMaxTokens)
         ->setIntValue(isAssigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
-    if (std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
-      body.addKeyValue("system")->adoptStringValue(std::move(instructions));
-    }
+    if (!prompt.instructions.empty()) body.addKeyValue("system")->borrowStringValue(prompt.instructions);
     COJsonValue* const messages = body.addKeyValue("messages");
     messages->setAsArray();
-    writeTurns(*messages, text);
+    writeTurns(*messages, prompt);
   }
 
   /// The text of all blocks whose type is "text".

@@ -45,20 +45,20 @@ class Call final : public ZEACall {
   CMRestParamList query() const override { return {{"key", properties.apiKey}}; }
   std::string errorText(const CMRestResourceResponse& response) const override { return obtainErrorMessage(response); }
 
-  void writeBody(COJson& body, const std::string& text) const override {
+  void writeBody(COJson& body, const ZEAPrompt& prompt) const override {
     if (properties.sendsTemperature()) writeTemperature(*body.addKeyValue("generationConfig"));
-    if (std::string instructions = properties.obtainCombinedInstructions(); !instructions.empty()) {
+    if (!prompt.instructions.empty()) {
       COJsonValue* const parts = body.addKeyValue("system_instruction")->addKeyValue("parts");
-      parts->addKeyValue("text")->adoptStringValue(std::move(instructions));
+      parts->addKeyValue("text")->borrowStringValue(prompt.instructions);
     }
     COJsonValue* const contents = body.addKeyValue("contents");
     contents->setAsArray();
-    writeTurns(*contents, text);
+    writeTurns(*contents, prompt);
   }
 
-  void writeTurn(COJsonValue& item, bool isAssistant, std::string text) const override {
+  void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const override {
     item.addKeyValue("role")->setStringValue(isAssistant ? "model" : "user");
-    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->adoptStringValue(std::move(text));
+    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->borrowStringValue(text);
   }
 
   std::optional<std::string> readReply(const COJsonValue& body) const override {

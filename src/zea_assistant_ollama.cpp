@@ -15,14 +15,14 @@ class Call final : public ZEACall {
   ZEAPath listingPath() const override { return {"api", "tags"}; }
   bool hasUsableModel() const override { return true; }  // without one the server itself answers
 
-  void writeBody(COJson& body, const std::string& text) const override {
+  void writeBody(COJson& body, const ZEAPrompt& prompt) const override {
     if (!properties.model.empty()) body.addKeyValue("model")->setStringValue(properties.model);
     body.addKeyValue("stream")->setBoolValue(false);
     if (properties.sendsTemperature()) writeTemperature(*body.addKeyValue("options"));
     COJsonValue* const messages = body.addKeyValue("messages");
     messages->setAsArray();
-    writeInstructions(*messages, "system");
-    writeTurns(*messages, text);
+    writeInstructions(*messages, "system", prompt);
+    writeTurns(*messages, prompt);
   }
 
   std::optional<std::string> readReply(const COJsonValue& body) const override {

@@ -5,6 +5,7 @@
 
 #include "qx/defer.h"
 #include "qx/text.h"
+#include "zea_default_assistant_memory.h"
 #include "zea_error_text.h"
 #include "zea_http.h"
 #include "zea_localize.h"
@@ -34,9 +35,9 @@ std::int64_t secondsSinceEpoch() {
   return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
-void writeMessage(COJsonValue& item, const char* role, std::string content) {
+void writeMessage(COJsonValue& item, const char* role, std::string_view content) {
   item.addKeyValue("role")->setStringValue(role);
-  item.addKeyValue("content")->adoptStringValue(std::move(content));
+  item.addKeyValue("content")->borrowStringValue(content);
 }
 
 }  // namespace
@@ -47,12 +48,22 @@ class ZEACall::MessageBody final : public ICOJsonValue {
   MessageBody(const ZEACall& call, const std::string& text) : call_(call), text_(text) {}
 
   std::string obtainJsonString() const override {
+    const std::string instructions = call_.properties.obtainCombinedInstructions();
+    std::vector<ZEAAssistantMemoryEntry> copy;
     COJson body;
-    call_.writeBody(body, text_);
+    call_.writeBody(body, {instructions, obtainTurns(copy), text_});
     return body.obtainJsonString();
   }
 
  private:
+  /// A host's memory hands out a copy, which `copy` then keeps; the library's own shows what it has.
+  const std::vector<ZEAAssistantMemoryEntry>& obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const {
+    if (const auto* const own = dynamic_cast<const ZEADefaultAssistantMemory*>(&call_.memory_)) {
+      return own->showEntries();
+    }
+    return copy = call_.memory_.obtainEntries(kTurnsAskedFor);
+  }
+
   const ZEACall& call_;
   const std::string& text_;
 };
@@ -85,8 +96,8 @@ std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
 
 std::string ZEACall::errorText(const CMRestResourceResponse& response) const { return extractErrorText(response); }
 
-void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, std::string text) const {
-  writeMessage(item, isAssistant ? "assistant" : "user", std::move(text));
+void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const {
+  writeMessage(item, isAssistant ? "assistant" : "user", text);
 }
 
 std::optional<std::string> ZEACall::listingFailure(const ZEAAnswer& answer) const { return failureOfTransport(answer); }
@@ -116,17 +127,15 @@ void ZEACall::writeTemperature(COJsonValue& object) const {
   if (properties.sendsTemperature()) object.addKeyValue("temperature")->setDoubleValue(properties.temperature);
 }
 
-void ZEACall::writeInstructions(COJsonValue& array, const char* role) const {
-  std::string instructions = properties.obtainCombinedInstructions();
-  if (instructions.empty()) return;
-  writeMessage(*array.addArrayItem(), role, std::move(instructions));
+void ZEACall::writeInstructions(COJsonValue& array, const char* role, const ZEAPrompt& prompt) {
+  if (!prompt.instructions.empty()) writeMessage(*array.addArrayItem(), role, prompt.instructions);
 }
 
-void ZEACall::writeTurns(COJsonValue& array, const std::string& text) const {
-  for (ZEAAssistantMemoryEntry& entry : memory_.obtainEntries(kTurnsAskedFor)) {
-    writeTurn(*array.addArrayItem(), entry.role == ZEARoleAssistant, std::move(entry.text));
+void ZEACall::writeTurns(COJsonValue& array, const ZEAPrompt& prompt) const {
+  for (const ZEAAssistantMemoryEntry& turn : prompt.turns) {
+    writeTurn(*array.addArrayItem(), turn.role == ZEARoleAssistant, turn.text);
   }
-  writeTurn(*array.addArrayItem(), false, text);
+  writeTurn(*array.addArrayItem(), false, prompt.text);
 }
 
 std::vector<std::string> ZEACall::newestFirst(std::vector<DatedModel> models) {

@@ -39,6 +39,13 @@ struct ZEAAnswer {
   const COJsonValue* json;            // null unless the body is a JSON text
 };
 
+/// What a message says. Borrowed until the text of its body has been made.
+struct ZEAPrompt {
+  const std::string& instructions;                    // empty: none
+  const std::vector<ZEAAssistantMemoryEntry>& turns;  // oldest first
+  const std::string& text;                            // the user's
+};
+
 class ZEACall {
  public:
   explicit ZEACall(const ZEACallContext& context)
@@ -72,9 +79,9 @@ class ZEACall {
   /// Whether a message can be sent at all. Default: when there is a model.
   virtual bool hasUsableModel() const { return !properties.model.empty(); }
   /// Fills the body, an empty object. It calls `writeTurns` behind the system prompt.
-  virtual void writeBody(COJson& body, const std::string& text) const = 0;
+  virtual void writeBody(COJson& body, const ZEAPrompt& prompt) const = 0;
   /// Fills the item of one turn. Default: "role", which is "assistant" or "user", and "content".
-  virtual void writeTurn(COJsonValue& item, bool isAssistant, std::string text) const;
+  virtual void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const;
   /// The reply's text out of a body; nothing when its form is not supported.
   virtual std::optional<std::string> readReply(const COJsonValue& body) const = 0;
 
@@ -101,10 +108,10 @@ class ZEACall {
 
   /// Adds "temperature", if it is to be sent.
   void writeTemperature(COJsonValue& object) const;
-  /// Adds an item with the system prompt in the given role, if there is any.
-  void writeInstructions(COJsonValue& array, const char* role) const;
-  /// Adds an item per remembered turn, oldest first, and one for the user's text.
-  void writeTurns(COJsonValue& array, const std::string& text) const;
+  /// Adds an item with the instructions in the given role, if there are any.
+  static void writeInstructions(COJsonValue& array, const char* role, const ZEAPrompt& prompt);
+  /// Adds an item per remembered turn and one for the user's text.
+  void writeTurns(COJsonValue& array, const ZEAPrompt& prompt) const;
 
   /// A model and when it was made.
   struct DatedModel {

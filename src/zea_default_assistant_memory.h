@@ -22,6 +22,8 @@ class ZEADefaultAssistantMemory final : public IZEAAssistantMemory {
     }
   }
   std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t /*limit*/) const override { return entries; }
+  /// The same without a copy: borrowed until an entry is added.
+  const std::vector<ZEAAssistantMemoryEntry>& showEntries() const noexcept { return entries; }
 
  private:
   std::string structureDocument;

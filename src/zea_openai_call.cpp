@@ -12,13 +12,13 @@ std::optional<std::int32_t> ZEAOpenAICall::sortKey(const COJsonValue& model) con
   return integerMember(model, "created");
 }
 
-void ZEAOpenAICall::writeBody(COJson& body, const std::string& text) const {
+void ZEAOpenAICall::writeBody(COJson& body, const ZEAPrompt& prompt) const {
   body.addKeyValue("model")->setStringValue(properties.model);
   writeTemperature(body);
   COJsonValue* const messages = body.addKeyValue("messages");
   messages->setAsArray();
-  writeInstructions(*messages, instructionsRole());
-  writeTurns(*messages, text);
+  writeInstructions(*messages, instructionsRole(), prompt);
+  writeTurns(*messages, prompt);
 }
 
 std::optional<std::string> ZEAOpenAICall::readReply(const COJsonValue& body) const {

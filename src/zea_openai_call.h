@@ -17,7 +17,7 @@ class ZEAOpenAICall : public ZEACall {
   /// By what a listed model is sorted, greater first; nothing drops the model. Default: its "created".
   virtual std::optional<std::int32_t> sortKey(const COJsonValue& model) const;
 
-  void writeBody(COJson& body, const std::string& text) const final;
+  void writeBody(COJson& body, const ZEAPrompt& prompt) const final;
   std::optional<std::string> readReply(const COJsonValue& body) const final;
   std::optional<std::string> listingFailure(const ZEAAnswer& answer) const override;
   /// Default: an "error" object ends the call with its message, or with the transport's text.

@@ -233,9 +233,10 @@ TEST(JsonBuilding, EscapesAtEveryPlaceOfTextsOfAnyLength) {
       for (const auto& [character, escaped] : cases) {
         const std::string before(place, 'x');
         const std::string after(size - place - 1, 'y');
+        const std::string text = before + character + after;
         COJson json;
 
-        json.addKeyValue("a")->adoptStringValue(before + character + after);
+        json.addKeyValue("a")->borrowStringValue(text);
 
         ASSERT_EQ(json.obtainJsonString(), "{\"a\":\"" + before + escaped + after + "\"}") << size << " " << place;
       }

@@ -10,8 +10,6 @@ namespace {
 // which costs more than the parsing of what they hold.
 constexpr std::size_t kSecondBlockSize = 2048;
 constexpr std::size_t kLargestBlockSize = 64 * 1024;
-// A shorter text fits into the block that is being filled.
-constexpr std::size_t kLongestCopy = 512;
 
 }  // namespace
 
@@ -41,12 +39,6 @@ std::string_view COJsonArena::copyText(std::string_view text) {
   std::memcpy(place, text.data(), text.size());
   addedBytes_ += text.size();
   return {reinterpret_cast<const char*>(place), text.size()};
-}
-
-std::string_view COJsonArena::adoptText(std::string&& text) {
-  if (text.size() <= kLongestCopy) return copyText(text);
-  addedBytes_ += text.size();
-  return adopted_.emplace_front(std::move(text));
 }
 
 COJsonArena::Chunk* COJsonArena::createChunk(std::size_t capacity, Chunk* previous) {

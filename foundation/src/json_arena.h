@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <forward_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -40,8 +39,11 @@ class COJsonArena {
   std::size_t obtainTextBytes() const noexcept { return input_.size() + addedBytes_; }
 
   std::string_view copyText(std::string_view text);
-  /// The same for a text that can be kept as it is, if it is a long one.
-  std::string_view adoptText(std::string&& text);
+  /// The same for a text that stays where it is.
+  std::string_view borrowText(std::string_view text) noexcept {
+    addedBytes_ += text.size();
+    return text;
+  }
   /// A chunk for `capacity` children, to stand behind `previous`, which holds all children before it or is null.
   Chunk* createChunk(std::size_t capacity, Chunk* previous);
 
@@ -73,7 +75,6 @@ class COJsonArena {
 
   std::string text_;
   std::string_view input_;
-  std::forward_list<std::string> adopted_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
   // Enough for a small document. With it the arena still is one of the pieces that glibc keeps ready for each thread.
   alignas(std::max_align_t) std::array<std::byte, 912> first_;

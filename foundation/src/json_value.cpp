@@ -97,8 +97,8 @@ void COJsonValue::setStringValue(std::string_view value) {
   if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->copyText(value));
 }
 
-void COJsonValue::adoptStringValue(std::string value) {
-  if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->adoptText(std::move(value)));
+void COJsonValue::borrowStringValue(std::string_view value) {
+  if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->borrowText(value));
 }
 
 void COJsonValue::setIntValue(std::int32_t value) {

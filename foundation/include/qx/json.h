@@ -71,8 +71,8 @@ class QX_API COJsonValue {
   /// null, a finite one so that it reads back exactly and is recognisable as floating point (1.0).
   void setAsArray();
   void setStringValue(std::string_view value);
-  /// The same with a text that the caller has no more use for: a long one is not copied.
-  void adoptStringValue(std::string value);
+  /// The same without a copy: the text stays where it is and must stay unchanged as long as the document.
+  void borrowStringValue(std::string_view value);
   void setIntValue(std::int32_t value);
   void setDoubleValue(double value);
   void setBoolValue(bool value);
