@@ -378,11 +378,27 @@ void ZEAAssistantProperties::appendSchemaInstructions(std::string& out) const {
 
 std::string ZEAAssistantProperties::obtainCombinedInstructions() const {
   std::string text;
-  text.reserve(userInstructions.size() + 2);
-  if (!userInstructions.empty()) text.append(userInstructions).append("\n\n");
-  for (const auto& kv : systemInstructions) text.append(*kv.second.stringIfAny()).append("\n");
-  const std::size_t begin = text.size();
-  appendSchemaInstructions(text);
-  if (text.size() > begin) text.append("\n");
+  for (const std::string_view piece : showGivenInstructions()) text.append(piece);
+  appendSchemaParagraph(text);
   return text;
+}
+
+std::vector<std::string_view> ZEAAssistantProperties::showCombinedInstructions(std::string& statements) const {
+  std::vector<std::string_view> pieces = showGivenInstructions();
+  appendSchemaParagraph(statements);
+  if (!statements.empty()) pieces.emplace_back(statements);
+  return pieces;
+}
+
+std::vector<std::string_view> ZEAAssistantProperties::showGivenInstructions() const {
+  std::vector<std::string_view> pieces;
+  if (!userInstructions.empty()) pieces = {userInstructions, "\n\n"};
+  for (const auto& kv : systemInstructions) pieces.insert(pieces.end(), {*kv.second.stringIfAny(), "\n"});
+  return pieces;
+}
+
+void ZEAAssistantProperties::appendSchemaParagraph(std::string& out) const {
+  const std::size_t begin = out.size();
+  appendSchemaInstructions(out);
+  if (out.size() > begin) out.append("\n");
 }

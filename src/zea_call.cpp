@@ -35,7 +35,8 @@ std::int64_t secondsSinceEpoch() {
   return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
-void writeMessage(COJsonValue& item, const char* role, std::string_view content) {
+template <class Text>
+void writeMessage(COJsonValue& item, const char* role, const Text& content) {
   item.addKeyValue("role")->setStringValue(role);
   item.addKeyValue("content")->borrowStringValue(content);
 }
@@ -48,7 +49,8 @@ class ZEACall::MessageBody final : public ICOJsonValue {
   MessageBody(const ZEACall& call, const std::string& text) : call_(call), text_(text) {}
 
   std::string obtainJsonString() const override {
-    const std::string instructions = call_.properties.obtainCombinedInstructions();
+    std::string statements;
+    const std::vector<std::string_view> instructions = call_.properties.showCombinedInstructions(statements);
     std::vector<ZEAAssistantMemoryEntry> copy;
     COJson body;
     call_.writeBody(body, {instructions, obtainTurns(copy), text_});

@@ -41,7 +41,7 @@ struct ZEAAnswer {
 
 /// What a message says. Borrowed until the text of its body has been made.
 struct ZEAPrompt {
-  const std::string& instructions;                    // empty: none
+  const std::vector<std::string_view>& instructions;  // in pieces; without any: none
   const std::vector<ZEAAssistantMemoryEntry>& turns;  // oldest first
   const std::string& text;                            // the user's
 };

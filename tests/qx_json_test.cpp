@@ -209,6 +209,9 @@ TEST(JsonBuilding, WritesEachKindOfContent) {
 
   document.addKeyValue("new");
   document.addKeyValue("string")->setStringValue(text);
+  COJsonValue* const pieces = document.addKeyValue("pieces");
+  pieces->borrowStringValue(std::vector<std::string_view>{"one\n", "", "\"two"});
+  document.addKeyValue("no pieces")->borrowStringValue(std::vector<std::string_view>());
   document.addKeyValue("int")->setIntValue(std::numeric_limits<std::int32_t>::min());
   document.addKeyValue("double")->setDoubleValue(1);
   document.addKeyValue("infinite")->setDoubleValue(std::numeric_limits<double>::infinity());
@@ -217,10 +220,13 @@ TEST(JsonBuilding, WritesEachKindOfContent) {
   document.addKeyValue("empty")->setAsArray();
   document.addKeyValue("object")->addKeyValue("")->addArrayItem();
 
-  EXPECT_EQ(document.obtainJsonString(),
-            R"({"new":null,"string":"quote \" backslash \\ NUL \u0000 end","int":-2147483648,"double":1.0,)"
-            R"("infinite":null,"nan":null,"bool":true,"empty":[],"object":{"":[null]}})");
+  EXPECT_EQ(
+      document.obtainJsonString(),
+      R"({"new":null,"string":"quote \" backslash \\ NUL \u0000 end","pieces":"one\n\"two","no pieces":"",)"
+      R"("int":-2147483648,"double":1.0,"infinite":null,"nan":null,"bool":true,"empty":[],"object":{"":[null]}})");
   EXPECT_EQ(COJson(document.obtainJsonString()).obtainKeyValue("string")->obtainStringValue(), text);
+  EXPECT_EQ(pieces->obtainType(), COJsonValueType::String);
+  EXPECT_EQ(pieces->obtainStringValue(), "one\n\"two");
 }
 
 // Texts are looked through and kept in blocks.
@@ -266,6 +272,8 @@ TEST(JsonBuilding, RefusesASecondContentAndLeavesTheFirst) {
   value->setStringValue("first");
 
   value->setStringValue("second");
+  value->borrowStringValue("third");
+  value->borrowStringValue(std::vector<std::string_view>{"fourth"});
   value->setIntValue(2);
   value->setDoubleValue(2);
   value->setBoolValue(true);
@@ -274,7 +282,7 @@ TEST(JsonBuilding, RefusesASecondContentAndLeavesTheFirst) {
   EXPECT_EQ(value->addKeyValue("k"), nullptr);
   EXPECT_EQ(value->addArrayItem(), nullptr);
   EXPECT_EQ(COJson("no JSON").addKeyValue("k"), nullptr);
-  EXPECT_EQ(gFailedAssertions, 8);
+  EXPECT_EQ(gFailedAssertions, 10);
   EXPECT_EQ(document.obtainJsonString(), R"({"v":"first"})");
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace {
 
@@ -39,6 +40,14 @@ std::string_view COJsonArena::copyText(std::string_view text) {
   std::memcpy(place, text.data(), text.size());
   addedBytes_ += text.size();
   return {reinterpret_cast<const char*>(place), text.size()};
+}
+
+const std::string_view* COJsonArena::borrowPieces(const std::vector<std::string_view>& pieces) {
+  auto* const place = reinterpret_cast<std::string_view*>(
+      allocate(pieces.size() * sizeof(std::string_view), alignof(std::string_view)));
+  std::uninitialized_copy(pieces.begin(), pieces.end(), place);
+  for (const std::string_view piece : pieces) addedBytes_ += piece.size();
+  return place;
 }
 
 COJsonArena::Chunk* COJsonArena::createChunk(std::size_t capacity, Chunk* previous) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -44,6 +45,8 @@ class COJsonArena {
     addedBytes_ += text.size();
     return text;
   }
+  /// Copies the views of a text in pieces, but not what they show.
+  const std::string_view* borrowPieces(const std::vector<std::string_view>& pieces);
   /// A chunk for `capacity` children, to stand behind `previous`, which holds all children before it or is null.
   Chunk* createChunk(std::size_t capacity, Chunk* previous);
 
@@ -63,6 +66,9 @@ class COJsonArena {
   static bool isContainer(const Node& node) noexcept { return node.kind == Kind::Object || node.kind == Kind::Array; }
   static std::string_view keyOf(const Node& node) noexcept { return {node.keyBegin, node.keySize}; }
   static std::string_view textOf(const Node& node) noexcept { return {node.text.begin, node.text.size}; }
+  static std::span<const std::string_view> piecesOf(const Node& node) noexcept {
+    return {node.pieces.begin, node.pieces.count};
+  }
   static void setText(Node& node, std::string_view text) noexcept {
     node.kind = Kind::String;
     node.text = {text.data(), text.size()};

@@ -44,7 +44,12 @@ const COJsonValue* COJsonValue::obtainArrayItem(std::size_t index) const noexcep
   return &item;
 }
 
-std::string COJsonValue::obtainStringValue() const { return std::string(obtainStringView()); }
+std::string COJsonValue::obtainStringValue() const {
+  if (node_.kind != Kind::Pieces) return std::string(obtainStringView());
+  std::string text;
+  for (const std::string_view piece : COJsonArena::piecesOf(node_)) text.append(piece);
+  return text;
+}
 
 std::int32_t COJsonValue::obtainIntValue() const noexcept {
   if (node_.kind == Kind::Unsigned) return std::numeric_limits<std::int32_t>::max();
@@ -99,6 +104,12 @@ void COJsonValue::setStringValue(std::string_view value) {
 
 void COJsonValue::borrowStringValue(std::string_view value) {
   if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->borrowText(value));
+}
+
+void COJsonValue::borrowStringValue(const std::vector<std::string_view>& pieces) {
+  if (!qxAssert(node_.kind == Kind::New)) return;
+  node_.pieces = {node_.arena->borrowPieces(pieces), pieces.size()};
+  node_.kind = Kind::Pieces;
 }
 
 void COJsonValue::setIntValue(std::int32_t value) {

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -103,6 +104,20 @@ class Output {
 
   void putString(std::string_view value) {
     put('"');
+    putCharacters(value);
+    put('"');
+  }
+
+  void putString(std::span<const std::string_view> pieces) {
+    put('"');
+    for (const std::string_view piece : pieces) putCharacters(piece);
+    put('"');
+  }
+
+ private:
+  static constexpr std::size_t kLongestNumber = 32;
+
+  void putCharacters(std::string_view value) {
     while (!value.empty()) {
       makeRoom(1);
       char* const to = buffer_.data() + used_;
@@ -113,11 +128,7 @@ class Output {
       putEscaped(value.front());
       value.remove_prefix(1);
     }
-    put('"');
   }
-
- private:
-  static constexpr std::size_t kLongestNumber = 32;
 
   void makeRoom(std::size_t size) {
     if (buffer_.size() - used_ < size) flush();
@@ -149,6 +160,8 @@ void putScalar(const Node& node, Output& output) {
   switch (node.kind) {
     case Kind::String:
       return output.putString(COJsonArena::textOf(node));
+    case Kind::Pieces:
+      return output.putString(COJsonArena::piecesOf(node));
     case Kind::Signed:
       return output.putNumber(node.signedNumber);
     case Kind::Unsigned:

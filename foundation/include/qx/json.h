@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qx/export.h"
 #include "qx/variant.h"
@@ -50,7 +51,7 @@ class QX_API COJsonValue {
 
   /// The string; empty for any other kind.
   std::string obtainStringValue() const;
-  /// The same without a copy: borrowed, good as long as the document.
+  /// The same without a copy: borrowed, good as long as the document. Empty also for a string in pieces.
   inline std::string_view obtainStringView() const noexcept;
   /// The integer, held within 32 bits; 0 for any other kind.
   std::int32_t obtainIntValue() const noexcept;
@@ -73,6 +74,8 @@ class QX_API COJsonValue {
   void setStringValue(std::string_view value);
   /// The same without a copy: the text stays where it is and must stay unchanged as long as the document.
   void borrowStringValue(std::string_view value);
+  /// The same with a string in pieces, one behind the other.
+  void borrowStringValue(const std::vector<std::string_view>& pieces);
   void setIntValue(std::int32_t value);
   void setDoubleValue(double value);
   void setBoolValue(bool value);
@@ -86,7 +89,19 @@ class QX_API COJsonValue {
   struct Chunk;
 
   // The first ones have the numbers of `COJsonValueType`.
-  enum class Kind : std::uint8_t { Null, Object, Array, String, Signed, Double, Boolean, Unsigned, New, Invalid };
+  enum class Kind : std::uint8_t {
+    Null,
+    Object,
+    Array,
+    String,
+    Signed,
+    Double,
+    Boolean,
+    Unsigned,
+    Pieces,
+    New,
+    Invalid
+  };
 
   // A large document is mostly nodes, so a node is kept at 32 bytes. Names and strings are views of what the document
   // holds.
@@ -94,6 +109,10 @@ class QX_API COJsonValue {
     struct Text {
       const char* begin;
       std::size_t size;
+    };
+    struct Pieces {
+      const std::string_view* begin;
+      std::size_t count;
     };
     struct Children {
       Chunk* last;  // never null
@@ -107,6 +126,7 @@ class QX_API COJsonValue {
       COJsonArena* arena;  // of a new value, which may need it for its content
       Children children;
       Text text;
+      Pieces pieces;
       std::int64_t signedNumber;
       std::uint64_t unsignedNumber;
       double number;
@@ -135,6 +155,7 @@ class QX_API COJsonValue {
 
 COJsonValueType COJsonValue::obtainType() const noexcept {
   if (node_.kind <= Kind::Boolean) return static_cast<COJsonValueType>(node_.kind);
+  if (node_.kind == Kind::Pieces) return COJsonValueType::String;
   return node_.kind == Kind::Unsigned ? COJsonValueType::Integer : COJsonValueType::Null;
 }
 
