@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <utility>
 
 #include "question.h"
@@ -50,48 +51,7 @@ int closeSocket(void* last, curl_socket_t socket) {
   return ::close(socket);
 }
 
-}  // namespace
-
-LibcurlCaller::LibcurlCaller(std::string url, const std::string* body)
-    : url_(std::move(url)),
-      body_(body),
-      headers_(listHeaders(body), curl_slist_free_all),
-      handle_(nullptr, curl_easy_cleanup),
-      parsedURL_(nullptr, curl_url_cleanup),
-      connections_(nullptr, curl_multi_cleanup) {}
-
-LibcurlCaller::Handle LibcurlCaller::makeHandle() {
-  Handle made(curl_easy_init(), curl_easy_cleanup);
-  CURL* const handle = made.get();
-  curl_easy_setopt(handle, CURLOPT_URL, url_.c_str());
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers_.get());
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, collect);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &reply_);
-  if (body_ != nullptr) post(handle, *body_);
-  if (caFile_.empty() && store_ == nullptr) return made;
-  // libcurl's own folder of authorities would count beside the file.
-  curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
-  curl_easy_setopt(handle, CURLOPT_CAINFO, store_ == nullptr ? caFile_.c_str() : nullptr);
-  if (store_ == nullptr) return made;
-  curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, shareStore);
-  curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, store_);
-  return made;
-}
-
-void LibcurlCaller::setBody(const std::string& body) {
-  body_ = &body;
-  if (handle_) post(handle_.get(), body);
-}
-
-const std::string& LibcurlCaller::call() {
-  if (!handle_) handle_ = makeHandle();
-  reply_.clear();
-  if (curl_easy_perform(handle_.get()) != CURLE_OK) reply_.clear();
-  return reply_;
-}
-
-void LibcurlCaller::guard(CURL* handle) {
+void guard(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
   curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
@@ -109,28 +69,78 @@ void LibcurlCaller::guard(CURL* handle) {
   // Otherwise libcurl would copy the names of its own authorities, which are not asked.
   curl_easy_setopt(handle, CURLOPT_PROXY_CAINFO, nullptr);
   curl_easy_setopt(handle, CURLOPT_PROXY_CAPATH, nullptr);
-  if (caFile_.empty()) curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+  curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
   curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
   curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, passOver);
   curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, allowStart);
   curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openSocket);
-  curl_easy_setopt(handle, CURLOPT_OPENSOCKETDATA, &socket_);
   curl_easy_setopt(handle, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
-  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, &socket_);
+}
+
+}  // namespace
+
+LibcurlCaller::LibcurlCaller(std::string url, const std::string* body)
+    : url_(std::move(url)),
+      body_(body),
+      headers_(listHeaders(body), curl_slist_free_all),
+      handle_(nullptr, curl_easy_cleanup),
+      parsedURL_(nullptr, curl_url_cleanup),
+      connections_(nullptr, curl_multi_cleanup) {}
+
+void LibcurlCaller::setUp(CURL* handle) {
+  curl_easy_setopt(handle, CURLOPT_URL, url_.c_str());
+  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers_.get());
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, collect);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &reply_);
+  if (body_ != nullptr) post(handle, *body_);
+  if (caFile_.empty() && store_ == nullptr) return;
+  // libcurl's own folder of authorities would count beside the file.
+  curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+  curl_easy_setopt(handle, CURLOPT_CAINFO, store_ == nullptr ? caFile_.c_str() : nullptr);
+  if (store_ == nullptr) return;
+  curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, shareStore);
+  curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, store_);
+}
+
+void LibcurlCaller::setBody(const std::string& body) {
+  body_ = &body;
+  if (handle_) post(handle_.get(), body);
+}
+
+const std::string& LibcurlCaller::call() {
+  if (!handle_) {
+    handle_.reset(curl_easy_init());
+    setUp(handle_.get());
+  }
+  reply_.clear();
+  if (curl_easy_perform(handle_.get()) != CURLE_OK) reply_.clear();
+  return reply_;
+}
+
+LibcurlCaller::Handle LibcurlCaller::copyGuardedHandle() {
+  static std::mutex mutex;
+  static CURL* pattern = nullptr;
+  const std::lock_guard lock(mutex);
+  if (pattern == nullptr) {
+    pattern = curl_easy_init();
+    guard(pattern);
+  }
+  return {curl_easy_duphandle(pattern), curl_easy_cleanup};
 }
 
 const std::string& LibcurlCaller::callGuarded() {
-  if (!handle_) {
+  if (!connections_) {
     connections_.reset(curl_multi_init());
     parsedURL_.reset(curl_url());
     curl_url_set(parsedURL_.get(), CURLUPART_URL, url_.c_str(), 0);
-    handle_ = makeHandle();
-    guard(handle_.get());
   }
   reply_.clear();
-  const Handle handle(curl_easy_duphandle(handle_.get()), curl_easy_cleanup);
+  const Handle handle = copyGuardedHandle();
+  setUp(handle.get());
   curl_easy_setopt(handle.get(), CURLOPT_CURLU, parsedURL_.get());
-  if (body_ != nullptr) post(handle.get(), *body_);
+  curl_easy_setopt(handle.get(), CURLOPT_OPENSOCKETDATA, &socket_);
+  curl_easy_setopt(handle.get(), CURLOPT_CLOSESOCKETDATA, &socket_);
   // Has the server spoken while nothing was asked?
   char unasked = 0;
   if (socket_ != CURL_SOCKET_BAD && recv(socket_, &unasked, 1, MSG_DONTWAIT) >= 0) shutdown(socket_, SHUT_RDWR);

@@ -25,15 +25,15 @@ class LibcurlCaller {
   /// Calls with a handle that is kept. Gives the body of the reply, empty when the call failed. Borrowed until the next
   /// call.
   const std::string& call();
-  /// The same as the library has to call: with a copy of the handle that is kept, and with every option and callback
-  /// that what it promises takes. One caller makes calls of one of the two kinds.
+  /// The same as the library has to call: with another handle for each call, copied from one that all threads share,
+  /// and with every option and callback that what it promises takes. One caller makes calls of one of the two kinds.
   const std::string& callGuarded();
 
  private:
   using Handle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 
-  Handle makeHandle();
-  void guard(CURL* handle);
+  static Handle copyGuardedHandle();
+  void setUp(CURL* handle);
 
   std::string url_;
   const std::string* body_;

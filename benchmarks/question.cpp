@@ -20,7 +20,8 @@ std::string render(const std::string& document) {
   return prompt;
 }
 
-void addMessage(COJsonValue& messages, const char* role, std::string_view content) {
+template <class Text>
+void addMessage(COJsonValue& messages, const char* role, const Text& content) {
   COJsonValue* const item = messages.addArrayItem();
   item->addKeyValue("role")->setStringValue(role);
   item->addKeyValue("content")->borrowStringValue(content);
@@ -60,8 +61,7 @@ std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemo
   body.addKeyValue("model")->setStringValue("m");
   COJsonValue* const messages = body.addKeyValue("messages");
   // The library sets the user's instructions apart from what follows them.
-  const std::string instructions = prompt.empty() ? prompt : prompt + "\n\n";
-  if (!instructions.empty()) addMessage(*messages, "developer", instructions);
+  if (!prompt.empty()) addMessage(*messages, "developer", std::vector<std::string_view>{prompt, "\n\n"});
   for (const ZEAAssistantMemoryEntry& turn : turns) {
     addMessage(*messages, turn.role == ZEARoleAssistant ? "assistant" : "user", turn.text);
   }

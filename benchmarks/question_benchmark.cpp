@@ -52,14 +52,13 @@ void guardedLibcurl(benchmark::State& state, bool isSecure) {
   }
 }
 
-/// The prompt is put together, and it is put into the body: both are mere copies here.
+/// The prompt is put into the body, which is a mere copy here.
 void copyingLibcurl(benchmark::State& state) {
   const Peer peer(false);
   const std::string prepared = bodyOf(promptFor(state));
   LibcurlCaller caller(peer.url() + kChatPath, &prepared);
   for (auto _ : state) {
-    const std::string prompt = prepared;
-    const std::string body = prompt;
+    const std::string body = prepared;
     caller.setBody(body);
     if (caller.call() != kReply) state.SkipWithError("failed");
   }
