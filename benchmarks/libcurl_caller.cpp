@@ -103,11 +103,6 @@ void LibcurlCaller::setUp(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, store_);
 }
 
-void LibcurlCaller::setBody(const std::string& body) {
-  body_ = &body;
-  if (handle_) post(handle_.get(), body);
-}
-
 const std::string& LibcurlCaller::call() {
   if (!handle_) {
     handle_.reset(curl_easy_init());

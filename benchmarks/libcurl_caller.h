@@ -11,11 +11,9 @@
 /// reply.
 class LibcurlCaller {
  public:
-  /// Posts the body, or gets where it is null. Not owned; must outlive this object.
+  /// Posts the body, or gets where it is null. Not owned; must outlive this object and, for `call`, stay where it is.
   LibcurlCaller(std::string url, const std::string* body);
 
-  /// From now on another body is posted. Not owned; must outlive the calls.
-  void setBody(const std::string& body);
   /// Trusts the authorities of a PEM file instead of the system's. It is parsed for each connection. To be told before
   /// the first call, as is the store.
   void trust(const std::string& caFile) { caFile_ = caFile; }

@@ -1,9 +1,10 @@
-// One question over loopback, against libcurl with a handle that is kept and a body that is fixed or copied, against
-// libcurl that does what the library cannot do without, and against a bare socket. The argument is the size of the
-// system prompt.
+// One question over loopback, against libcurl with a handle that is kept and a body that is fixed, copied or written
+// anew by simdjson, against libcurl that does what the library cannot do without, and against a bare socket. The
+// argument is the size of the system prompt.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <netinet/tcp.h>
+#include <simdjson.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -52,16 +53,31 @@ void guardedLibcurl(benchmark::State& state, bool isSecure) {
   }
 }
 
-/// The prompt is put into the body, which is a mere copy here.
-void copyingLibcurl(benchmark::State& state) {
+/// `write` makes the body of each question out of one that is ready, into memory that is kept.
+template <class Write>
+void writingLibcurl(benchmark::State& state, Write write) {
   const Peer peer(false);
   const std::string prepared = bodyOf(promptFor(state));
-  LibcurlCaller caller(peer.url() + kChatPath, &prepared);
+  std::string body = prepared;
+  LibcurlCaller caller(peer.url() + kChatPath, &body);
   for (auto _ : state) {
-    const std::string body = prepared;
-    caller.setBody(body);
+    write(prepared, body);
     if (caller.call() != kReply) state.SkipWithError("failed");
   }
+}
+
+/// The prompt is put into the body, which is a mere copy here.
+void copyingLibcurl(benchmark::State& state) {
+  writingLibcurl(state, [](const std::string& prepared, std::string& body) { body.assign(prepared); });
+}
+
+/// Here it is a copy that looks at every character, as one that escapes has to.
+void minifyingLibcurl(benchmark::State& state) {
+  writingLibcurl(state, [&state](const std::string& prepared, std::string& body) {
+    std::size_t size = 0;
+    const simdjson::error_code error = simdjson::minify(prepared.data(), prepared.size(), body.data(), size);
+    if (error != simdjson::SUCCESS || size != body.size()) state.SkipWithError("not written");
+  });
 }
 
 int connectTo(int port) {
@@ -110,6 +126,7 @@ BENCHMARK_CAPTURE(libcurl, http, false)->Apply(prompts);
 BENCHMARK_CAPTURE(guardedLibcurl, http, false)->Apply(smallPrompt);
 BENCHMARK_CAPTURE(guardedLibcurl, https, true)->Apply(smallPrompt);
 BENCHMARK(copyingLibcurl)->Name("copyingLibcurl/http")->Apply(prompts);
+BENCHMARK(minifyingLibcurl)->Name("minifyingLibcurl/http")->Apply(prompts);
 BENCHMARK(bareSocket)->Apply(prompts);
 BENCHMARK_CAPTURE(ask, https, true)->Apply(prompts);
 BENCHMARK_CAPTURE(libcurl, https, true)->Apply(prompts);
