@@ -117,7 +117,7 @@ void setStandingOptions(CurlEasy& easy) {
 }
 
 /// A copy of the one handle that has the standing options, because making one takes a lock that all threads of the
-/// process spin on. They share it: of its five kilobytes a thread would find nothing in its processor's cache.
+/// process spin on. They share it: a handle of a thread's own has left the cache by the time of its next question.
 CurlEasy copyPattern() {
   struct Shared {
     std::mutex mutex;
