@@ -383,9 +383,8 @@ std::string ZEAAssistantProperties::obtainCombinedInstructions() const {
   return text;
 }
 
-std::vector<std::string_view> ZEAAssistantProperties::showCombinedInstructions(std::string& statements) const {
+std::vector<std::string_view> ZEAAssistantProperties::showCombinedInstructions(const std::string& statements) const {
   std::vector<std::string_view> pieces = showGivenInstructions();
-  appendSchemaParagraph(statements);
   if (!statements.empty()) pieces.emplace_back(statements);
   return pieces;
 }

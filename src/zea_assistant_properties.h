@@ -56,9 +56,12 @@ class ZEAAssistantProperties : public IZEAProperties {
   std::string obtainSchemaInstructions() const;
   /// The whole system prompt: user instructions, system instructions, statements. What is empty leaves no trace.
   std::string obtainCombinedInstructions() const;
-  /// The same in pieces, without any where it is empty. They are good until the store changes, and as long as
-  /// `statements`, which is to be empty, and keeps the rendered part.
-  std::vector<std::string_view> showCombinedInstructions(std::string& statements) const;
+  /// The same in pieces, without any where it is empty, around the part that `appendSchemaParagraph` made. They are
+  /// good until the store changes, and as long as `statements`. The memory isn't asked.
+  std::vector<std::string_view> showCombinedInstructions(const std::string& statements) const;
+  std::vector<std::string_view> showCombinedInstructions(std::string&&) const = delete;
+  /// Appends all statements with an empty line after them, if there are any. Asks the memory.
+  void appendSchemaParagraph(std::string& out) const;
 
   std::set<std::string> assignedKeys;  // what `setValue` has accepted, whatever the value; nothing removes a key
   IZEAAssistantMemory* memory;
@@ -81,8 +84,6 @@ class ZEAAssistantProperties : public IZEAProperties {
   /// The document; `copy` keeps it where a host's memory hands it out by value. Good as long as both.
   std::string_view obtainDocument(std::string& copy) const;
   void appendSchemaInstructions(std::string& out) const;
-  /// The same with an empty line behind them, if there are any.
-  void appendSchemaParagraph(std::string& out) const;
   /// The user instructions and the system instructions, in pieces.
   std::vector<std::string_view> showGivenInstructions() const;
 };

@@ -41,39 +41,23 @@ void writeMessage(COJsonValue& item, const char* role, const Text& content) {
   item.addKeyValue("content")->borrowStringValue(content);
 }
 
-}  // namespace
-
-/// Builds the document when its text is asked for and lets go of it then: models take their time, and prompts are long.
-class ZEACall::MessageBody final : public ICOJsonValue {
+/// A body whose text is ready: the call takes it away, since prompts are long.
+class ReadyBody final : public ICOJsonValue {
  public:
-  MessageBody(const ZEACall& call, const std::string& text) : call_(call), text_(text) {}
-
-  std::string obtainJsonString() const override {
-    std::string statements;
-    const std::vector<std::string_view> instructions = call_.properties.showCombinedInstructions(statements);
-    std::vector<ZEAAssistantMemoryEntry> copy;
-    COJson body;
-    call_.writeBody(body, {instructions, obtainTurns(copy), text_});
-    return body.obtainJsonString();
-  }
+  explicit ReadyBody(std::string text) : text_(std::move(text)) {}
+  std::string obtainJsonString() const override { return text_; }
+  std::string releaseJsonString() override { return std::move(text_); }
 
  private:
-  /// A host's memory hands out a copy, which `copy` then keeps; the library's own shows what it has.
-  const std::vector<ZEAAssistantMemoryEntry>& obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const {
-    if (const auto* const own = dynamic_cast<const ZEADefaultAssistantMemory*>(&call_.memory_)) {
-      return own->showEntries();
-    }
-    return copy = call_.memory_.obtainEntries(kTurnsAskedFor);
-  }
-
-  const ZEACall& call_;
-  const std::string& text_;
+  std::string text_;
 };
+
+}  // namespace
 
 std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& text) const {
   if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
 
-  MessageBody body(*this, text);
+  ReadyBody body(makeBody(text));
   const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, query(), {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
@@ -83,6 +67,25 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
   std::optional<std::string> reply = readReply(*answer.json);
   if (!reply) return failedMessage(kUnsupportedDataFormat);
   return {remember(text, std::move(*reply)).release(), std::string()};
+}
+
+/// The text of the body. The memory is asked before anything of the store is looked at, since a host's may change it
+/// meanwhile. Of all that the text is made of nothing is left when this returns: models take their time.
+std::string ZEACall::makeBody(const std::string& text) const {
+  std::string statements;
+  properties.appendSchemaParagraph(statements);
+  std::vector<ZEAAssistantMemoryEntry> copy;
+  const std::vector<ZEAAssistantMemoryEntry>& turns = obtainTurns(copy);
+  const std::vector<std::string_view> instructions = properties.showCombinedInstructions(statements);
+  COJson body;
+  writeBody(body, {instructions, turns, text});
+  return body.obtainJsonString();
+}
+
+/// A host's memory hands out a copy, which `copy` then keeps; the library's own shows what it has.
+const std::vector<ZEAAssistantMemoryEntry>& ZEACall::obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const {
+  if (const auto* const own = dynamic_cast<const ZEADefaultAssistantMemory*>(&memory_)) return own->showEntries();
+  return copy = memory_.obtainEntries(kTurnsAskedFor);
 }
 
 std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {

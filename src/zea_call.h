@@ -39,7 +39,7 @@ struct ZEAAnswer {
   const COJsonValue* json;            // null unless the body is a JSON text
 };
 
-/// What a message says. Borrowed until the text of its body has been made.
+/// What a message says. Borrowed until its body has been written.
 struct ZEAPrompt {
   const std::vector<std::string_view>& instructions;  // in pieces; without any: none
   const std::vector<ZEAAssistantMemoryEntry>& turns;  // oldest first
@@ -124,8 +124,8 @@ class ZEACall {
   const ZEAAssistantProperties& properties;
 
  private:
-  class MessageBody;
-
+  std::string makeBody(const std::string& text) const;
+  const std::vector<ZEAAssistantMemoryEntry>& obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const;
   std::string urlOf(ZEAPath path) const;
   std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
   std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;

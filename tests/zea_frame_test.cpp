@@ -156,6 +156,51 @@ TEST(Memory, OfTheHostIsAskedForTheStructureAndTwentyTurnsAndSentInItsOrder) {
   EXPECT_EQ(memory.entries.size(), 6U) << "a null memory is refused";
 }
 
+/// A memory that changes the properties of its assistant whenever it is asked.
+class MeddlingMemory : public HostMemory {
+ public:
+  std::string obtainStructureDocument() const override {
+    meddle("document");
+    return HostMemory::obtainStructureDocument();
+  }
+  std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t limit) const override {
+    meddle("entries");
+    return HostMemory::obtainEntries(limit);
+  }
+  void meddle(const std::string& word) const {
+    const std::string text = word + " and more than a string keeps within itself";
+    assistant->updateProperties([&](IZEAProperties* properties) {
+      for (const char* key : {"user_instructions", "model", "api_key"}) properties->setValue(key, text);
+      properties->setValue("system_instructions", CMVariantMap{{"name", "system " + text}});
+      properties->setValue("api_host", host);
+    });
+  }
+
+  IZEAAssistant* assistant = nullptr;
+  std::string host;
+};
+
+// The library used to look at the properties before it had asked for the turns, and then sent freed memory, to the
+// host that had been set before.
+TEST_P(Providers, SendWhatAMemorySetsWhileItIsAsked) {
+  Conversation conversation(GetParam());
+  MeddlingMemory memory;
+  memory.assistant = conversation.assistant.get();
+  memory.host = conversation.server.url();
+  conversation.assistant->setMemory(&memory);
+  set(*conversation.assistant, "api_host", "http://127.0.0.1:0");
+
+  ASSERT_EQ(conversation.askWell("q"), "fine");
+
+  const standin::Request request = conversation.server.requests().at(0);
+  const std::string text = "entries and more than a string keeps within itself";
+  EXPECT_NE(request.body.find('"' + text + R"(\n\nsystem )" + text + R"(\n)"), std::string::npos) << request.body;
+  EXPECT_EQ((request.target + request.body).find("document"), std::string::npos);
+  if (GetParam().keyHeader != nullptr) {
+    EXPECT_NE(request.header(GetParam().keyHeader).find(text), std::string::npos);
+  }
+}
+
 TEST(Memory, OfTheLibraryKeepsAllTurnsAndTheLatestStructure) {
   Conversation conversation(kProviders[0]);
   for (int turn = 0; turn < 30; ++turn) conversation.askWell("q" + std::to_string(turn));

@@ -39,9 +39,9 @@ class RestClient final : public ICSRestClient {
   }
 
   std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) override {
-    const ICOJsonValue* const json = request != nullptr ? request->obtainJson() : nullptr;
+    ICOJsonValue* const json = request != nullptr ? request->obtainJson() : nullptr;
     return finish(run(request, json != nullptr ? kJsonContentType : "",
-                      json != nullptr ? json->obtainJsonString() : std::string()),
+                      json != nullptr ? json->releaseJsonString() : std::string()),
                   response);
   }
 

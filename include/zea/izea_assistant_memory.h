@@ -21,8 +21,12 @@ struct ZEAAssistantMemoryEntry {
 /// implementation of its own, used when a host passes none. A host writes one to keep a conversation itself or to
 /// carry it from one assistant to another: a memory is bound to no provider.
 ///
-/// A memory serves one thread at a time, the one that is using its assistant. What an implementation throws leaves
-/// the operation that called it.
+/// A memory serves one thread at a time, the one that is using its assistant. While a message is being made, and when
+/// its turns are added, the memory may read the assistant's properties and update them ("db_structure" and
+/// "combined_instructions" ask the memory again): what it sets before it has handed out the turns counts for this
+/// message. It must not send a message, ask for models, set another memory or free the assistant. What an
+/// implementation throws leaves the operation that called it; thrown before a message has been sent, it keeps the
+/// message from being sent and remembered.
 class IZEAAssistantMemory : public IZEAObject {
  public:
   /// Replaces the structure document. Called when "db_structure" is set. The text may be empty.

@@ -57,7 +57,8 @@ class QX_API CMRestPostRequest : public CMRestRequest {
   CMRestPostRequest() = default;
   ~CMRestPostRequest() override;
 
-  /// The body, sent with the content type "application/json". Not owned; must live until the call has returned.
+  /// The body, sent with the content type "application/json". Not owned; must live until the call has returned, which
+  /// takes its text by `releaseJsonString`.
   /// Null: an empty body without a content type.
   void updateJson(ICOJsonValue* body) noexcept { body_ = body; }
   ICOJsonValue* obtainJson() const noexcept { return body_; }
