@@ -54,4 +54,4 @@ void ZEAFreeObject(IZEAObject* object) { delete object; }
 
 void ZEARegisterCallback(ZEACallback callback) { gCallback = callback; }
 
-void ZEASetHTTPSettings(const CMRestGlobalSettings& settings) { gRestSettings = settings; }
+void ZEASetHTTPSettings(const CMRestGlobalSettings& settings) { gRestSettings() = settings; }

@@ -8,5 +8,7 @@
 /// The host's callback; null when none is registered.
 extern ZEACallback gCallback;
 
-/// The HTTP settings that every request reads when it begins.
-extern CMRestGlobalSettings gRestSettings;
+/// The HTTP settings that every request reads when it begins. They come to life at their first use, which may be ahead
+/// of this library's own static objects, and go when the library is unloaded. A process that ends keeps them: its
+/// static objects and threads may still use the library.
+CMRestGlobalSettings& gRestSettings();

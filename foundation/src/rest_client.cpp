@@ -48,8 +48,9 @@ class RestClient final : public ICSRestClient {
  private:
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
-    static const CMRestGlobalSettings defaults;
-    const CMRestGlobalSettings& settings = settings_ != nullptr ? *settings_ : defaults;
+    // Never destroyed: a host's static objects may still make calls while they go.
+    static const CMRestGlobalSettings* const defaults = std::make_unique<CMRestGlobalSettings>().release();
+    const CMRestGlobalSettings& settings = settings_ != nullptr ? *settings_ : *defaults;
     const std::int32_t code = check(*request, settings);
     if (code != CMRestCode::Success) return {code, {}};
     const CMRestParamList none;

@@ -1,0 +1,19 @@
+#include "qx/process_end.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace {
+
+constinit std::atomic<bool> gIsEnding{false};
+
+// libqx stays loaded until the process ends: nothing but that end calls this.
+extern "C" void noteProcessEnd() { gIsEnding = true; }
+
+}  // namespace
+
+void qxWatchForProcessEnd() noexcept {
+  if (std::atexit(noteProcessEnd) != 0) gIsEnding = true;
+}
+
+bool qxIsProcessEnding() noexcept { return gIsEnding; }
