@@ -75,6 +75,26 @@ TEST(Text, IsJoinedToAURL) {
   for (const auto& [items, expected] : cases) EXPECT_EQ(qxConcatURL(items), expected) << expected;
 }
 
+// A server that echoed the key put it into what the user read.
+TEST(Secret, IsMaskedInEveryForm) {
+  const std::vector<std::tuple<std::string, std::string, std::string>> cases{
+      {"no key", "", "no key"},
+      {"no key", " \n", "no key"},
+      {"", "k-1", ""},
+      {"k-", "k-1", "k-"},
+      {"k-1", "\tk-1 \r\n", "***"},
+      {"a k-1, k-1k-1 b%6B-1", "k-1", "a ***, ****** b***"},
+      {"kk-k-11", "k-1", "kk-***1"},
+      {"%6b%2D%31 %6B-1 K-1 %6-1 %6", "k-1", "*** *** K-1 %6-1 %6"},
+      {"?key=a%20b+c+d", "a b+c d", "?key=***"},
+      {"a+b a%2Bb", "a b", "*** a%2Bb"},
+      {"%2541 %41 A", "%41", "*** *** A"},
+      {"%25 %2525 %252525", "%25", "*** *** ***25"},
+      {"\xC3\xA4\0 %C3%a4%00"s, "\xC3\xA4\0"s, "*** ***"},
+  };
+  for (const auto& [text, secret, expected] : cases) EXPECT_EQ(qxMaskSecret(text, secret), expected) << text;
+}
+
 TEST(DateTime, IsReadWholeOrNotAtAll) {
   constexpr std::int64_t kInvalid = std::numeric_limits<std::int32_t>::min();
   const std::string iso = "%Y-%m-%dT%H:%M:%SZ";

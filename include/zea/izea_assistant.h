@@ -15,7 +15,9 @@
 /// `ZEAFreeObject`. One thread at a time may use it, its properties and its memory.
 ///
 /// Operations that can fail give a pair: on success the text is empty; on failure the text is meant for the user and
-/// the first member is null or empty.
+/// the first member is null or empty. Where a server has said what is wrong the text is in its words, unchanged, and
+/// they may hold the key that it was sent: whoever shows or logs the text masks it with `qxMaskSecret` first. The
+/// library's own sentences hold no key.
 class IZEAAssistant : public IZEAObject {
  public:
   /// Gives the memory to the caller, who owns it from now on and frees it with `ZEAFreeObject` after the assistant is
@@ -36,7 +38,7 @@ class IZEAAssistant : public IZEAObject {
 
   /// Asks the provider for its models, in the order that suits a user: newest first where the provider tells dates,
   /// otherwise as they come. One request, which blocks. BYTEDANCE has no listing: an empty list at once.
-  /// Nothing but the list is read; the conversation isn't touched.
+  /// Nothing but the list is read; the conversation isn't touched. The text of a failure may hold the key, see above.
   virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;
 
   /// Calls `function` with the live properties, then holds the temperature in the provider's range and puts a changed
@@ -52,6 +54,6 @@ class IZEAAssistant : public IZEAObject {
   /// Sends the user's text, with the system prompt and the remembered turns, and gives the model's reply, which the
   /// caller owns and frees with `ZEAFreeObject`. Blocks until the provider has answered. Only an answered message is
   /// remembered: one that failed leaves no trace, and the next one goes out as if it had not been. The text is bytes,
-  /// sent unchanged, and may be empty.
+  /// sent unchanged, and may be empty. The text of a failure may hold the key, see above.
   virtual std::pair<IZEAMessage*, std::string> addMessage(std::string text) = 0;
 };

@@ -14,5 +14,6 @@
 #include "qx/rest_response.h"
 #include "qx/rest_session.h"
 #include "qx/rest_settings.h"
+#include "qx/secret.h"
 #include "qx/text.h"
 #include "qx/variant.h"
