@@ -61,7 +61,7 @@ void ZEAAssistant::settleProperties() {
     properties->temperature = limitTemperature(temperature);
   }
   if (properties->isAssigned(kApiHost)) properties->apiHost = qxTrimAsString(properties->apiHost);
-  if (properties->apiKey != keyInUse_) useKey();
+  if (properties->apiKey.obtainText() != keyInUse_.obtainText()) useKey();
 }
 
 IZEAProperties* ZEAAssistant::obtainProperties() const {
@@ -70,7 +70,7 @@ IZEAProperties* ZEAAssistant::obtainProperties() const {
 }
 
 void ZEAAssistant::adoptKey(const std::string& apiKey) {
-  properties->apiKey = apiKey;
+  properties->apiKey = QXSecret(apiKey);
   useKey();
 }
 
@@ -79,4 +79,7 @@ void ZEAAssistant::useKey() {
   keyInUse_ = properties->apiKey;
 }
 
-void ZEAAssistant::sendCredentials() { session->setAuthorizationHeaderValue("Bearer " + properties->apiKey); }
+void ZEAAssistant::sendCredentials() {
+  const QXSecret bearer("Bearer " + properties->apiKey.obtainText());
+  session->setAuthorizationHeaderValue(bearer.obtainText());
+}

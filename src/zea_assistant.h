@@ -54,5 +54,5 @@ class ZEAAssistant : public IZEAAssistant {
   void settleProperties();
   void useKey();
 
-  std::string keyInUse_;  // the store's key when the session last heard of it
+  QXSecret keyInUse_;  // the store's key when the session last heard of it
 };

@@ -119,4 +119,6 @@ double ZEAAssistant_ANTHROPIC::limitTemperature(double temperature) const {
   return temperature > 1.0 ? 1.0 : temperature;
 }
 
-void ZEAAssistant_ANTHROPIC::sendCredentials() { session->addHeaderParam("x-api-key", properties->apiKey); }
+void ZEAAssistant_ANTHROPIC::sendCredentials() {
+  session->addHeaderParam("x-api-key", properties->apiKey.obtainText());
+}

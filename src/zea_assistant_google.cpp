@@ -42,7 +42,11 @@ class Call final : public ZEACall {
     return pathOfModel(properties.model);
   }
   ZEAPath listingPath() const override { return {"v1beta", "models"}; }
-  CMRestParamList query() const override { return {{"key", properties.apiKey}}; }
+  CMRestParamList query() const override {
+    CMRestParamList params;
+    params.emplace_back("key", properties.apiKey.obtainText());  // a list in braces would be copied, key and all
+    return params;
+  }
   std::string errorText(const CMRestResourceResponse& response) const override { return obtainErrorMessage(response); }
 
   void writeBody(COJson& body, const ZEAPrompt& prompt) const override {

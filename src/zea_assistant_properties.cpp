@@ -255,11 +255,17 @@ bool assignText(std::string& field, const CMVariant& value) {
   return true;
 }
 
+bool assignSecret(QXSecret& field, const CMVariant& value) {
+  if (!qxAssert(value.getValueType() == CMVariant::ValueType::String)) return false;
+  field = QXSecret(*value.stringIfAny());
+  return true;
+}
+
 }  // namespace
 
 CMVariant ZEAAssistantProperties::obtainValue(const std::string& key) const {
   if (key == kApiHost) return apiHost;
-  if (key == kApiKey) return apiKey;
+  if (key == kApiKey) return apiKey.obtainText();
   if (key == kModel) return model;
   if (key == kUseTemperature) return useTemperature ? 1 : 0;
   if (key == kTemperature) return temperature;
@@ -278,7 +284,7 @@ bool ZEAAssistantProperties::setValue(const std::string& key, const CMVariant& v
 
 bool ZEAAssistantProperties::assign(const std::string& key, const CMVariant& value) {
   if (key == kApiHost) return assignHost(value);
-  if (key == kApiKey) return assignText(apiKey, value);
+  if (key == kApiKey) return assignSecret(apiKey, value);
   if (key == kModel) return assignText(model, value);
   if (key == kUseTemperature) return assignUseTemperature(value);
   if (key == kTemperature) return assignTemperature(value);

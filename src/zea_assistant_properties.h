@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "qx/secret.h"
 #include "qx/variant.h"
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_properties.h"
@@ -67,7 +68,7 @@ class ZEAAssistantProperties : public IZEAProperties {
   IZEAAssistantMemory* memory;
   bool secureByDefault = true;  // the scheme of a host that is given without one
   std::string apiHost;          // with a scheme, once normalised
-  std::string apiKey;
+  QXSecret apiKey;
   std::string model;
   bool useTemperature = false;
   double temperature = 1.0;

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "qx/defer.h"
+#include "qx/secret.h"
 #include "qx/text.h"
 #include "zea_default_assistant_memory.h"
 #include "zea_error_text.h"
@@ -41,6 +42,16 @@ void writeMessage(COJsonValue& item, const char* role, const Text& content) {
   item.addKeyValue("content")->borrowStringValue(content);
 }
 
+/// The query parameters of a call, wiped at its end: a key may be among them.
+struct Query {
+  explicit Query(CMRestParamList params) : list(std::move(params)) {}
+  ~Query() { qxWipe(list); }
+  Query(const Query&) = delete;
+  Query& operator=(const Query&) = delete;
+
+  CMRestParamList list;
+};
+
 /// A body whose text is ready: the call takes it away, since prompts are long.
 class ReadyBody final : public ICOJsonValue {
  public:
@@ -58,7 +69,8 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
   if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
 
   ReadyBody body(makeBody(text));
-  const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, query(), {});
+  const Query params(query());
+  const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, params.list, {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
@@ -89,7 +101,8 @@ const std::vector<ZEAAssistantMemoryEntry>& ZEACall::obtainTurns(std::vector<ZEA
 }
 
 std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
-  const HTTP::Result result = HTTP::Get(&session_, listingURL(), query(), {});
+  const Query params(query());
+  const HTTP::Result result = HTTP::Get(&session_, listingURL(), params.list, {});
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 

@@ -67,7 +67,7 @@ class ZEACall {
  protected:
   // Steps of both operations.
 
-  /// Query parameters. Default: none.
+  /// Query parameters, wiped after the call. Default: none.
   virtual CMRestParamList query() const { return {}; }
   /// The provider's words of a failed response; empty when it has none. Default: `extractErrorText`.
   virtual std::string errorText(const CMRestResourceResponse& response) const;

@@ -26,7 +26,8 @@ HTTP::Result perform(CMRestSession* session, const std::string& URL, const CMRes
   if (!headers.empty()) request->addHeaderParams(headers);
 
   ICSAppFactory* const factory = QX::obtainAppFactory();
-  ICSRestClient* const client = factory->obtainRestClientFactory()->createRestClient(factory, &gRestSettings(), session);
+  ICSRestClient* const client =
+      factory->obtainRestClientFactory()->createRestClient(factory, &gRestSettings(), session);
   const CODefer freeClient([client] { delete client; });
 
   CMRestResourceResponse* received = nullptr;

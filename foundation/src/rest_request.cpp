@@ -2,19 +2,30 @@
 
 #include <iterator>
 
+#include "qx/secret.h"
+
 namespace {
 
 void appendParams(CMRestParamList& target, CMRestParamList&& params) {
   target.insert(target.end(), std::make_move_iterator(params.begin()), std::make_move_iterator(params.end()));
+  qxWipe(params);  // a short text is copied when it is moved
 }
 
 }  // namespace
 
-CMRestRequest::~CMRestRequest() = default;
+CMRestRequest::~CMRestRequest() {
+  qxWipe(url_);
+  qxWipe(query_);
+  qxWipe(headers_);
+}
+
 CMRestGetRequest::~CMRestGetRequest() = default;
 CMRestPostRequest::~CMRestPostRequest() = default;
 
-void CMRestRequest::setURL(std::string url) { url_ = std::move(url); }
+void CMRestRequest::setURL(std::string url) {
+  url_.swap(url);
+  qxWipe(url);
+}
 
 void CMRestRequest::addQueryParams(CMRestParamList params) { appendParams(query_, std::move(params)); }
 

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "qx/secret.h"
 #include "qx/text.h"
 #include "rest_headers.h"
 
-CMRestSession::~CMRestSession() = default;
+CMRestSession::~CMRestSession() { qxWipe(headers_); }
 
 void CMRestSession::setAuthorizationHeaderValue(std::string_view value) { addHeaderParam("Authorization", value); }
 
@@ -17,6 +18,8 @@ void CMRestSession::addHeaderParam(std::string_view name, std::string_view value
   if (known == headers_.end()) {
     headers_.emplace_back(std::move(trimmedName), value);
   } else {
-    known->second = value;
+    std::string replaced(value);
+    known->second.swap(replaced);
+    qxWipe(replaced);
   }
 }

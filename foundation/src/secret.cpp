@@ -66,3 +66,18 @@ std::string qxMaskSecret(std::string_view text, std::string_view secret) {
   }
   return masked.append(text.substr(copied));
 }
+
+void qxWipe(std::string& text) noexcept {
+  text.resize(text.capacity());
+  // Nobody reads these bytes again, and a compiler that sees it leaves out what isn't volatile.
+  volatile char* const bytes = text.data();
+  for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = 0;
+  text.clear();
+}
+
+void qxWipe(std::vector<std::pair<std::string, std::string>>& params) noexcept {
+  for (auto& [name, value] : params) {
+    qxWipe(name);
+    qxWipe(value);
+  }
+}

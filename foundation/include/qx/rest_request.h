@@ -13,7 +13,8 @@ class ICOJsonValue;
 /// Names and values of query parameters or headers, in the order in which they are sent.
 using CMRestParamList = std::vector<std::pair<std::string, std::string>>;
 
-/// What GET and POST requests have in common. Serves one thread at a time.
+/// What GET and POST requests have in common: URL, query parameters and headers, whose bytes are wiped when the request
+/// goes, since keys travel in them. Serves one thread at a time.
 class QX_API CMRestRequest {
  public:
   virtual ~CMRestRequest();

@@ -10,7 +10,8 @@
 
 class ICSHTTPPoolCenter;
 
-/// Headers that go with every call, and the pool that the calls go through. Serves one thread at a time.
+/// Headers that go with every call, and the pool that the calls go through. The bytes of a header are wiped when it is
+/// replaced or the session goes. Serves one thread at a time.
 class QX_API CMRestSession {
  public:
   CMRestSession() = default;
