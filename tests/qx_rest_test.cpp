@@ -56,7 +56,7 @@ TEST(RestClient, EncodesWhatMayNotStandInAURL) {
       {"/a", {{"key", "A&b=c d/+%"}, {"\xC3\xA4", ""}}, "/a?key=A%26b%3Dc%20d%2F%2B%25&%C3%A4="},
       {"/a?x=1#part", {{"y", "2"}}, "/a?x=1&y=2"},
       {"?", {{"y", "2"}}, "/?y=2"},
-      {"/a", {{"key", "\t pasted \r\n"}}, "/a?key=pasted"},
+      {"/a", {{"key", "\t pasted "}}, "/a?key=%09%20pasted%20"},
   };
   for (const auto& [path, query, target] : cases) {
     RawServer server({{{okReply("")}}});
@@ -101,7 +101,9 @@ TEST(RestClient, RefusesHeadersThatWouldSmuggleAnythingAndSendsNothing) {
   caller.settings.userAgent = "a\r\nEvil: 1";
 
   EXPECT_EQ(caller.get(server.url()).code, CMRestCode::InvalidHeader);
-  EXPECT_EQ(Caller().get(server.url(), {{"key", "a\nb"}}).code, CMRestCode::InvalidHeader);
+  for (const std::string value : {"a\nb", "a\r\n", "a\x7f"}) {
+    EXPECT_EQ(Caller().get(server.url(), {{"key", value}}).code, CMRestCode::InvalidHeader) << value;
+  }
   EXPECT_TRUE(server.requests().empty());
 }
 

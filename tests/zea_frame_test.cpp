@@ -74,16 +74,17 @@ TEST_P(Providers, SendTheKeyWhereItBelongsAndAChangedKeyFromTheNextRequestOn) {
     return GetParam().keyHeader != nullptr ? request.header(GetParam().keyHeader) : request.target;
   };
   const bool bearer = GetParam().type != ZEAAssistantType::ANTHROPIC;
+  const bool isInQuery = GetParam().type == ZEAAssistantType::GOOGLE;  // where it goes out as it is
 
   conversation.askWell("one");
   const std::string first = keyOfLastRequest();
-  set(*conversation.assistant, "api_key", " k 2 \n");
+  set(*conversation.assistant, "api_key", isInQuery ? " k 2 " : " k 2 \n");
   conversation.askWell("two");
   const std::string second = keyOfLastRequest();
 
-  if (GetParam().type == ZEAAssistantType::GOOGLE) {
+  if (isInQuery) {
     EXPECT_EQ(first, "/v1beta/models/m:generateContent?key=k");
-    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=k%202");
+    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=%20k%202%20");
   } else if (GetParam().keyHeader == nullptr) {
     EXPECT_EQ(first + second, std::string(GetParam().chatTarget) + GetParam().chatTarget);
     EXPECT_EQ(conversation.server.requests().back().header("Authorization"), "");

@@ -12,7 +12,6 @@
 #include "rest_headers.h"
 #include "rest_services.h"
 #include "rest_url.h"
-#include "text_view.h"
 
 namespace {
 
@@ -20,7 +19,7 @@ constexpr std::string_view kJsonContentType = "application/json";
 
 // Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
 bool areSendable(const CMRestParamList& query) {
-  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(qxTrim(param.second)); });
+  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(param.second); });
 }
 
 /// The code of what is wrong with the call, as far as it shows before one is begun.

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "rest_headers.h"
-#include "text_view.h"
 
 namespace {
 
@@ -65,7 +64,7 @@ void appendQuery(std::string& target, const CMRestParamList& query) {
     }
     appendEncoded(target, name, kUnreserved);
     target += '=';
-    appendEncoded(target, qxTrim(value), kUnreserved);
+    appendEncoded(target, value, kUnreserved);
   }
 }
 

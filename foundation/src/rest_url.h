@@ -10,9 +10,9 @@
 class RestURL {
  public:
   /// Gives the transfer the URL with the query parameters behind its own. What may not stand in a path or a query is
-  /// percent-encoded, what is already encoded stays; the query parameters' values are trimmed. A fragment is dropped,
-  /// since it is never sent. False when the URL cannot be read or its scheme is neither http nor https. The transfer
-  /// must end before the next time.
+  /// percent-encoded, what is already encoded stays; the query parameters' values go out as they are. A fragment is
+  /// dropped, since it is never sent. False when the URL cannot be read or its scheme is neither http nor https. The
+  /// transfer must end before the next time.
   bool setOn(CurlEasy& easy, const std::string& url, const CMRestParamList& query);
 
  private:
