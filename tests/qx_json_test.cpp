@@ -33,6 +33,21 @@ TEST(JsonParsing, AcceptsEveryWellFormedText) {
   for (const std::string& text : texts) EXPECT_TRUE(COJson(text).getIsValidJson()) << text.substr(0, 40);
 }
 
+TEST(JsonParsing, KeepsValuesOfAnyNumberAndStopsAtTheirLimit) {
+  for (const std::size_t count : {1U, 30U, 31U, 32U, 33U, 158U, 160U, 671U, 2719U, 2721U, 10'000U}) {
+    std::string items = "[0,{\"a\":[1]}]";
+    for (std::size_t i = 1; i < count; ++i) items.append(i % 2 == 0 ? ",[0,{\"a\":[1]}]" : ",1");
+    const std::string text = "[[" + items + "],{}," + items + "]";
+    const std::size_t arrays = 2 * ((count + 1) / 2);  // of five values each, three of them containers
+    const std::size_t bytes = 32 * (arrays * (5 + 3) + 2 * (count - arrays / 2) + 2 + 3);
+
+    EXPECT_EQ(COJson(text).obtainJsonString(), text) << count;
+    EXPECT_EQ(CMRestResourceResponse(text, bytes).getBufferString(), text) << count;
+    EXPECT_TRUE(CMRestResourceResponse(text, bytes - 1).isTooLarge()) << count;
+    EXPECT_EQ(CMRestResourceResponse(text, bytes - 1).getBufferString(), "") << count;
+  }
+}
+
 TEST(JsonParsing, RefusesEveryTextThatIsNotWellFormed) {
   const std::vector<std::string> texts{
       // Structure.

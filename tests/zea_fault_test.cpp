@@ -52,6 +52,12 @@ std::string fromHex(std::string_view digits) {
   return bytes;
 }
 
+std::string repeat(const std::string& text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i) result += text;
+  return result;
+}
+
 std::string chunked(const std::string& rest) { return ok("Transfer-Encoding: chunked\r\n\r\n" + rest); }
 std::string packed(const std::string& body, const std::string& kind = "gzip") {
   return ok("Content-Encoding: " + kind + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
@@ -106,6 +112,8 @@ std::vector<Fault> makeExcesses() {
       {"endless chunks", {.replies = {chunked("")}, .repeated = "4\r\naaaa\r\n"}, CMRestCode::ReplyTooLarge},
       {"endless chunk extension", {.replies = {chunked("4;")}, .repeated = "aaaa"}, CMRestCode::RequestTimedOut},
       {"gzip bomb", {.replies = {ok("Content-Encoding: gzip\r\n\r\n")}, .repeated = bomb}, CMRestCode::ReplyTooLarge},
+      {"small text of many values", {{okReply('[' + repeat("0,", 40'000) + "0]")}}, CMRestCode::ReplyTooLarge},
+      {"small text of many arrays", {{okReply('[' + repeat("[],", 16'000) + "0]")}}, CMRestCode::ReplyTooLarge},
       {"immense length", {{ok("Content-Length: 9000000000000000000\r\n\r\nwh")}}, CMRestCode::ReplyTooLarge},
       {"one byte too many", {{okReply(std::string(1'000'001, 'a'))}}, CMRestCode::ReplyTooLarge},
   };

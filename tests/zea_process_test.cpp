@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <malloc.h>
+#include <zlib.h>
 
 #include <array>
 #include <atomic>
@@ -24,9 +25,17 @@ namespace {
 // How many allocations of the thread succeed before one fails; negative: all do.
 thread_local int tAllowed = -1;
 
+// What is in use of what C++ allocated, and the most that ever was.
+std::atomic<std::size_t> gBytes{0};
+std::atomic<std::size_t> gMostBytes{0};
+
 void* allocate(std::size_t size) noexcept {
   if (tAllowed >= 0 && tAllowed-- == 0) return nullptr;
-  return std::malloc(size > 0 ? size : 1);
+  void* const memory = std::malloc(size > 0 ? size : 1);
+  if (memory == nullptr) return nullptr;
+  const std::size_t bytes = gBytes += malloc_usable_size(memory);
+  if (bytes > gMostBytes) gMostBytes = bytes;  // of two threads at a time the lesser may win: a test measures one
+  return memory;
 }
 
 // What may not lie in memory that is given back; empty: nobody looks.
@@ -34,6 +43,7 @@ std::string_view gSecret;
 std::atomic<int> gSecretsFreed{0};
 
 void release(void* memory) noexcept {
+  if (memory != nullptr) gBytes -= malloc_usable_size(memory);
   if (memory != nullptr && !gSecret.empty()) {
     const std::string_view block(static_cast<const char*>(memory), malloc_usable_size(memory));
     if (block.find(gSecret) != std::string_view::npos) ++gSecretsFreed;
@@ -300,6 +310,43 @@ TEST(Process, KeepsNothingOfTenThousandCallsHalfOfWhichFail) {
 
   EXPECT_EQ(countDescriptors(), descriptors);
   EXPECT_LE(countBytesInUse(), bytes + kTolerance);
+}
+
+std::string zip(const std::string& text) {
+  std::string zipped(text.size() / 100 + 1000, '\0');
+  z_stream stream{};
+  EXPECT_EQ(deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY), Z_OK);
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream.avail_in = static_cast<uInt>(text.size());
+  stream.next_out = reinterpret_cast<Bytef*>(zipped.data());
+  stream.avail_out = static_cast<uInt>(zipped.size());
+  EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
+  zipped.resize(stream.total_out);
+  deflateEnd(&stream);
+  return zipped;
+}
+
+// 65 kB of gzip used to become 2.2 GB of values.
+TEST(Process, HoldsNoMoreValuesOfAReplyThanTheSettingsAllowBytes) {
+  std::string zeros = "[0";
+  for (int i = 0; i < 20'000'000; ++i) zeros += ",0";
+  const std::string zipped = zip(zeros + "]");
+  const std::size_t textBytes = zeros.size();
+  zeros = {};
+  standin::Server server;
+  server.enqueue({200, zipped, {{"Content-Encoding", "gzip"}}});
+  server.enqueue({200, answerOf("fine")});
+  const auto assistant = newAssistant(ZEAAssistantType::OLLAMA, "", server.url());
+  const std::size_t before = gBytes;
+  gMostBytes = before;
+
+  const std::string failure = ask(*assistant, "q");
+
+  EXPECT_EQ(failure, "The server's answer is larger than the settings allow.");
+  const std::size_t most = CMRestGlobalSettings().maxResponseBytes;
+  EXPECT_LT(gMostBytes - before, 2 * textBytes + most + most / 8);  // the text grows while it is unpacked
+  EXPECT_LT(gBytes, before + 1'000'000);
+  EXPECT_EQ(ask(*assistant, "again"), "fine");
 }
 
 TEST(Process, IsNotEndedBySIGPIPEAndLeavesItAsItWas) {

@@ -12,6 +12,7 @@
 #define BOOST_SYMBOL_VISIBLE
 #define BOOST_JSON_DECL inline
 #include <algorithm>
+#include <array>
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/detail/impl/default_resource.ipp>
 #include <boost/json/detail/impl/stack.ipp>
@@ -19,6 +20,8 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <vector>
 
@@ -33,6 +36,84 @@ using Node = COJsonArena::Node;
 constexpr std::size_t kMaxDepth = 512;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+/// Values that wait for the end of their container: a stack in blocks. It doesn't move when it grows, and an emptied
+/// block is given back, so that values are hardly ever held twice, here and in the arena.
+class WaitingValues {
+ public:
+  WaitingValues() { use(first_.data(), kFirstSize); }
+  WaitingValues(const WaitingValues&) = delete;
+  WaitingValues& operator=(const WaitingValues&) = delete;
+
+  bool isFull() const noexcept { return top_ == end_; }
+  std::size_t obtainCount() const noexcept { return countBelow_ + static_cast<std::size_t>(top_ - begin_); }
+  Node& back() const noexcept { return top_[-1]; }
+
+  /// Makes room when the stack is full.
+  void grow() {
+    countBelow_ += static_cast<std::size_t>(end_ - begin_);
+    const std::size_t size = std::min(static_cast<std::size_t>(end_ - begin_) * 4, kLargestSize);
+    below_.push_back({begin_, end_});
+    if (spare_ == nullptr) spare_ = std::make_unique_for_overwrite<std::byte[]>(size * sizeof(Node));
+    blocks_.push_back(std::move(spare_));
+    use(blocks_.back().get(), size);
+  }
+
+  /// REQUIRES: not full.
+  void push(Kind kind, std::string_view key) noexcept { ::new (static_cast<void*>(top_++)) Node(kind, key); }
+
+  /// Moves the last values into the chunk. The root stays, so there is always one left.
+  void moveLast(std::size_t count, COJsonArena::Chunk& chunk) noexcept {
+    if (count >= static_cast<std::size_t>(top_ - begin_)) [[unlikely]]
+      return moveFromBlocks(count, chunk);
+    top_ -= count;
+    for (std::size_t i = 0; i < count; ++i) chunk.place(i, top_[i]);
+  }
+
+ private:
+  static constexpr std::size_t kFirstSize = 32;
+  static constexpr std::size_t kLargestSize = 2048;  // 64 kB, which the C library still serves from its heap
+  struct Range {
+    Node* begin;
+    Node* end;
+  };
+
+  [[gnu::noinline]] void moveFromBlocks(std::size_t count, COJsonArena::Chunk& chunk) noexcept {
+    while (count > 0) {
+      const std::size_t piece = std::min(count, static_cast<std::size_t>(top_ - begin_));
+      top_ -= piece;
+      count -= piece;
+      for (std::size_t i = 0; i < piece; ++i) chunk.place(count + i, top_[i]);
+      if (top_ == begin_) leaveBlock();
+    }
+  }
+
+  void use(std::byte* place, std::size_t size) noexcept {
+    begin_ = reinterpret_cast<Node*>(place);
+    top_ = begin_;
+    end_ = begin_ + size;
+  }
+
+  // All blocks below the last one are full. The one that was left is kept for the next growth, which is of its size.
+  void leaveBlock() noexcept {
+    spare_ = std::move(blocks_.back());
+    blocks_.pop_back();
+    begin_ = below_.back().begin;
+    end_ = below_.back().end;
+    top_ = end_;
+    below_.pop_back();
+    countBelow_ -= static_cast<std::size_t>(end_ - begin_);
+  }
+
+  alignas(Node) std::array<std::byte, kFirstSize * sizeof(Node)> first_;
+  std::vector<std::unique_ptr<std::byte[]>> blocks_;  // after the first one
+  std::unique_ptr<std::byte[]> spare_;
+  std::vector<Range> below_;  // the blocks below the last one
+  std::size_t countBelow_ = 0;
+  Node* begin_ = nullptr;
+  Node* top_ = nullptr;
+  Node* end_ = nullptr;
+};
+
 /// Called by the parser in the order of the text. Values wait on a stack until their container ends: then its size is
 /// known, and they move into one chunk of exactly that size.
 class TreeHandler {
@@ -45,16 +126,19 @@ class TreeHandler {
   static constexpr std::size_t max_string_size = max_array_size;
   static constexpr std::size_t max_key_size = max_array_size;
 
-  TreeHandler(COJsonArena& arena, std::string_view input) : arena_(arena), input_(input) { waiting_.reserve(32); }
+  TreeHandler(COJsonArena& arena, std::string_view input, std::uint64_t mostBytes)
+      : arena_(arena), input_(input), mostBytes_(mostBytes) {}
 
-  const Node& obtainRoot() const noexcept { return waiting_.front(); }
+  /// Of a text that has been parsed whole.
+  const Node& obtainRoot() const noexcept { return waiting_.back(); }
+  bool isTooLarge() const noexcept { return isTooLarge_; }
 
   bool on_document_begin(ErrorCode&) { return true; }
   bool on_document_end(ErrorCode&) { return true; }
-  bool on_object_begin(ErrorCode&) { return push(Kind::Object); }
-  bool on_object_end(std::size_t count, ErrorCode&) { return closeContainer(count); }
-  bool on_array_begin(ErrorCode&) { return push(Kind::Array); }
-  bool on_array_end(std::size_t count, ErrorCode&) { return closeContainer(count); }
+  bool on_object_begin(ErrorCode& error) { return push(Kind::Object, error); }
+  bool on_object_end(std::size_t count, ErrorCode& error) { return closeContainer(count, error); }
+  bool on_array_begin(ErrorCode& error) { return push(Kind::Array, error); }
+  bool on_array_end(std::size_t count, ErrorCode& error) { return closeContainer(count, error); }
 
   bool on_key_part(Text part, std::size_t, ErrorCode&) { return keepPart(part); }
   bool on_key(Text last, std::size_t, ErrorCode&) {
@@ -62,54 +146,70 @@ class TreeHandler {
     return true;
   }
   bool on_string_part(Text part, std::size_t, ErrorCode&) { return keepPart(part); }
-  bool on_string(Text last, std::size_t, ErrorCode&) {
+  bool on_string(Text last, std::size_t, ErrorCode& error) {
     const std::string_view text = finishText(last);
-    push(Kind::String);
+    if (!push(Kind::String, error)) return false;
     waiting_.back().text = {text.data(), text.size()};
     return true;
   }
 
   bool on_number_part(Text, ErrorCode&) { return true; }
-  bool on_int64(std::int64_t value, Text, ErrorCode&) {
-    push(Kind::Signed);
+  bool on_int64(std::int64_t value, Text, ErrorCode& error) {
+    if (!push(Kind::Signed, error)) return false;
     waiting_.back().signedNumber = value;
     return true;
   }
-  bool on_uint64(std::uint64_t value, Text, ErrorCode&) {
-    push(Kind::Unsigned);
+  bool on_uint64(std::uint64_t value, Text, ErrorCode& error) {
+    if (!push(Kind::Unsigned, error)) return false;
     waiting_.back().unsignedNumber = value;
     return true;
   }
   // The parser's own conversion is off by a bit for three numbers in ten.
-  bool on_double(double, Text text, ErrorCode&) {
-    push(Kind::Double);
+  bool on_double(double, Text text, ErrorCode& error) {
+    if (!push(Kind::Double, error)) return false;
     waiting_.back().number = qxReadDouble({text.data(), text.size()});
     return true;
   }
-  bool on_bool(bool value, ErrorCode&) {
-    push(Kind::Boolean);
+  bool on_bool(bool value, ErrorCode& error) {
+    if (!push(Kind::Boolean, error)) return false;
     waiting_.back().truth = value;
     return true;
   }
-  bool on_null(ErrorCode&) { return push(Kind::Null); }
+  bool on_null(ErrorCode& error) { return push(Kind::Null, error); }
 
   bool on_comment_part(Text, ErrorCode&) { return true; }
   bool on_comment(Text, ErrorCode&) { return true; }
 
  private:
-  bool push(Kind kind) {
-    waiting_.emplace_back(kind, key_);
+  bool push(Kind kind, ErrorCode& error) {
+    if (waiting_.isFull() && !makeRoom(error)) [[unlikely]]
+      return false;
+    waiting_.push(kind, key_);
     key_ = {};
     return true;
   }
 
-  bool closeContainer(std::size_t count) {
-    const std::size_t first = waiting_.size() - count;
-    COJsonArena::Chunk* chunk = arena_.createChunk(count, nullptr);
-    for (std::size_t i = 0; i < count; ++i) chunk->place(i, waiting_[first + i]);
-    waiting_.erase(waiting_.end() - static_cast<std::ptrdiff_t>(count), waiting_.end());
-    waiting_.back().children = {chunk, count};
+  [[gnu::noinline]] bool makeRoom(ErrorCode& error) {
+    if (!count(waiting_.obtainCount() - 1, error)) return false;  // all but the root
+    waiting_.grow();
     return true;
+  }
+
+  bool closeContainer(std::size_t size, ErrorCode& error) {
+    if (!count(size, error)) return false;
+    COJsonArena::Chunk* chunk = arena_.createChunk(size, nullptr);
+    arenaBytes_ += sizeof(COJsonArena::Chunk) + size * sizeof(Node);
+    waiting_.moveLast(size, *chunk);
+    waiting_.back().children = {chunk, size};
+    return true;
+  }
+
+  /// Whether that many waiting values may still come into the arena; each will.
+  bool count(std::size_t values, ErrorCode& error) {
+    if (arenaBytes_ + sizeof(COJsonArena::Chunk) + values * sizeof(Node) <= mostBytes_) return true;
+    isTooLarge_ = true;
+    error = boost::json::error::array_too_large;
+    return false;
   }
 
   bool keepPart(Text part) {
@@ -132,7 +232,10 @@ class TreeHandler {
 
   COJsonArena& arena_;
   std::string_view input_;
-  std::vector<Node> waiting_;  // first the root, then open containers, each with its children so far behind it
+  std::uint64_t mostBytes_;
+  std::uint64_t arenaBytes_ = 0;  // what the values in the arena take
+  bool isTooLarge_ = false;
+  WaitingValues waiting_;  // first the root, then open containers, each with its children so far behind it
   std::string_view key_;
   std::string parts_;
 };
@@ -196,20 +299,21 @@ bool repairExponents(std::string& text) {
 
 }  // namespace
 
-bool qxParseJson(COJsonArena& arena, COJsonArena::Node& root) {
+QXJsonResult qxParseJson(COJsonArena& arena, COJsonArena::Node& root, std::uint64_t mostValueBytes) {
   std::string_view input = arena.obtainInput();
   if (input.starts_with(kByteOrderMark)) input.remove_prefix(kByteOrderMark.size());
 
   boost::json::parse_options options;
   options.max_depth = kMaxDepth;
   options.allow_invalid_utf8 = true;  // strings are bytes
-  boost::json::basic_parser<TreeHandler> parser(options, arena, input);
+  boost::json::basic_parser<TreeHandler> parser(options, arena, input, mostValueBytes);
   boost::json::error_code error;
   // The whole text in one piece: what the handler gets are then views of it.
   const std::size_t parsed = parser.write_some(false, input.data(), input.size(), error);
-  if (error || parsed != input.size()) return false;
+  if (parser.handler().isTooLarge()) return QXJsonResult::TooLarge;
+  if (error || parsed != input.size()) return QXJsonResult::NotJson;
   root = parser.handler().obtainRoot();
-  return true;
+  return QXJsonResult::Parsed;
 }
 
 bool qxRepairJson(std::string& text) {

@@ -12,6 +12,7 @@ namespace {
 
 using Kind = COJsonArena::Kind;
 
+constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 // The first chunk of a container that is being built.
 constexpr std::size_t kFirstCapacity = 4;
 
@@ -24,7 +25,7 @@ constexpr std::int32_t holdWithin32Bits(std::int64_t value) noexcept {
 
 ICOJsonValue::~ICOJsonValue() = default;
 
-bool COJsonValue::getIsValidJson() const noexcept { return node_.kind != Kind::Invalid; }
+bool COJsonValue::getIsValidJson() const noexcept { return node_.kind < Kind::Invalid; }
 
 const COJsonValue* COJsonValue::obtainKeyValue(std::string_view key) const noexcept {
   if (node_.kind != Kind::Object) return nullptr;
@@ -141,23 +142,28 @@ COJson::COJson() : arena_(std::make_unique<COJsonArena>()) {
   COJsonArena::makeContainer(node_, Kind::Object, kFirstCapacity);
 }
 
-COJson::COJson(std::string text) : COJson(std::make_unique<COJsonArena>(std::move(text))) {}
+COJson::COJson(std::string text) : COJson(std::make_unique<COJsonArena>(std::move(text)), kNoLimit) {}
 
-COJson::COJson(std::unique_ptr<COJsonArena> arena) : arena_(std::move(arena)) {
-  if (qxParseJson(*arena_, node_)) return;
-  // For the sake of one character or number a user would lose the reply around it.
-  std::string text = arena_->releaseInput();
-  arena_.reset();
-  if (qxRepairJson(text)) {
-    arena_ = std::make_unique<COJsonArena>(std::move(text));
-    if (qxParseJson(*arena_, node_)) return;
+COJson::COJson(std::unique_ptr<COJsonArena> arena, std::uint64_t mostValueBytes) : arena_(std::move(arena)) {
+  QXJsonResult result = qxParseJson(*arena_, node_, mostValueBytes);
+  if (result == QXJsonResult::NotJson) {
+    // For the sake of one character or number a user would lose the reply around it.
+    std::string text = arena_->releaseInput();
     arena_.reset();
+    if (qxRepairJson(text)) {
+      arena_ = std::make_unique<COJsonArena>(std::move(text));
+      result = qxParseJson(*arena_, node_, mostValueBytes);
+    }
   }
-  node_.kind = Kind::Invalid;
+  if (result == QXJsonResult::Parsed) return;
+  arena_.reset();
+  node_.kind = result == QXJsonResult::TooLarge ? Kind::TooLarge : Kind::Invalid;
 }
 
-COJson COJson::parseBorrowed(std::string_view text) {
-  return COJson(std::make_unique<COJsonArena>(COJsonArena::Borrowed{text}));
+COJson COJson::parseBorrowed(std::string_view text) { return parseBorrowed(text, kNoLimit); }
+
+COJson COJson::parseBorrowed(std::string_view text, std::uint64_t mostValueBytes) {
+  return COJson(std::make_unique<COJsonArena>(COJsonArena::Borrowed{text}), mostValueBytes);
 }
 
 COJson::~COJson() = default;

@@ -47,9 +47,7 @@ class RestClient final : public ICSRestClient {
  private:
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
-    // Never destroyed: a host's static objects may still make calls while they go.
-    static const CMRestGlobalSettings* const defaults = std::make_unique<CMRestGlobalSettings>().release();
-    const CMRestGlobalSettings& settings = settings_ != nullptr ? *settings_ : *defaults;
+    const CMRestGlobalSettings& settings = obtainSettings();
     const std::int32_t code = check(*request, settings);
     if (code != CMRestCode::Success) return {code, {}};
     const CMRestParamList none;
@@ -60,10 +58,18 @@ class RestClient final : public ICSRestClient {
 
   std::int32_t finish(RestResult result, CMRestResourceResponse** response) {
     if (!qxAssert(response != nullptr)) return result.code;
-    auto filled = std::make_unique<CMRestResourceResponse>(std::move(result.body));
+    auto filled = std::make_unique<CMRestResourceResponse>(std::move(result.body), obtainSettings().maxResponseBytes);
+    if (filled->isTooLarge()) result.code = CMRestCode::ReplyTooLarge;
     if (QXHTTPPoolCenter* const pool = obtainPool(); pool != nullptr) pool->setLastCode(result.code);
     *response = filled.release();
     return result.code;
+  }
+
+  const CMRestGlobalSettings& obtainSettings() const {
+    if (settings_ != nullptr) return *settings_;
+    // Never destroyed: a host's static objects may still make calls while they go.
+    static const CMRestGlobalSettings* const defaults = std::make_unique<CMRestGlobalSettings>().release();
+    return *defaults;
   }
 
   QXHTTPPoolCenter* obtainPool() const noexcept {

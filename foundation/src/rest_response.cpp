@@ -1,17 +1,21 @@
 #include "qx/rest_response.h"
 
+#include <limits>
 #include <utility>
 
-namespace {
+CMRestResourceResponse::CMRestResourceResponse(std::string body)
+    : CMRestResourceResponse(std::move(body), std::numeric_limits<std::uint64_t>::max()) {}
 
-std::unique_ptr<const COJson> parse(const std::string& body) {
-  if (body.empty()) return nullptr;
-  std::unique_ptr<const COJson> json(new COJson(COJson::parseBorrowed(body)));
-  return json->getIsValidJson() ? std::move(json) : nullptr;
-}
-
-}  // namespace
-
-CMRestResourceResponse::CMRestResourceResponse(std::string body) : buffer_(std::move(body)), bodyJson(parse(buffer_)) {}
+CMRestResourceResponse::CMRestResourceResponse(std::string body, std::uint64_t mostValueBytes)
+    : buffer_(std::move(body)), bodyJson(parse(mostValueBytes)) {}
 
 CMRestResourceResponse::~CMRestResourceResponse() = default;
+
+std::unique_ptr<const COJson> CMRestResourceResponse::parse(std::uint64_t mostValueBytes) {
+  if (buffer_.empty()) return nullptr;
+  std::unique_ptr<const COJson> json(new COJson(COJson::parseBorrowed(buffer_, mostValueBytes)));
+  if (json->getIsValidJson()) return json;
+  isTooLarge_ = json->isTooLarge();
+  if (isTooLarge_) buffer_ = std::string();
+  return nullptr;
+}

@@ -103,7 +103,8 @@ class QX_API COJsonValue {
     Unsigned,
     Pieces,
     New,
-    Invalid
+    Invalid,
+    TooLarge  // invalid too: given up for the memory that the values would take
   };
 
   // A large document is mostly nodes, so a node is kept at 32 bytes. Names and strings are views of what the document
@@ -186,7 +187,11 @@ class QX_API COJson : public COJsonValue, public ICOJsonValue {
   std::string obtainJsonString() const override;
 
  private:
-  explicit COJson(std::unique_ptr<COJsonArena> arena);
+  friend class CMRestResourceResponse;
+
+  COJson(std::unique_ptr<COJsonArena> arena, std::uint64_t mostValueBytes);
+  static COJson parseBorrowed(std::string_view text, std::uint64_t mostValueBytes);
+  bool isTooLarge() const noexcept { return node_.kind == Kind::TooLarge; }
 
   std::unique_ptr<COJsonArena> arena_;  // null when the text was not well-formed
 };

@@ -25,7 +25,7 @@ enum : std::int32_t {
   ClosedBeforeReply = 12,  // the connection ended before a reply had begun
   ClosedInsideReply = 13,  // the connection ended, or the reply broke off, inside the reply
   MalformedReply = 14,     // what came is no HTTP, or is packed in a damaged way
-  ReplyTooLarge = 15,      // more than `maxResponseBytes`
+  ReplyTooLarge = 15,      // more than `maxResponseBytes`, as a text or as JSON values
   Cancelled = 16,          // `QXCancelSource::cancel`
   ProxyRefused = 17,       // the proxy did not open the way
   SendFailed = 18,         // the request could not be sent whole
