@@ -2,7 +2,6 @@
 
 #include <openssl/ssl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <mutex>
 #include <utility>
@@ -41,14 +40,8 @@ std::size_t passOver(char*, std::size_t size, std::size_t count, void*) { return
 
 int allowStart(void*, char*, char*, int, int) { return CURL_PREREQFUNC_OK; }
 
-curl_socket_t openSocket(void* last, curlsocktype, curl_sockaddr* address) {
-  const curl_socket_t socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-  return *static_cast<curl_socket_t*>(last) = socket;
-}
-
-int closeSocket(void* last, curl_socket_t socket) {
-  *static_cast<curl_socket_t*>(last) = CURL_SOCKET_BAD;
-  return ::close(socket);
+curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
+  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 void guard(CURL* handle) {
@@ -59,7 +52,8 @@ void guard(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
   curl_easy_setopt(handle, CURLOPT_TCP_KEEPALIVE, 1L);
   curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, 30L);
-  curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+  curl_easy_setopt(handle, CURLOPT_CA_CACHE_TIMEOUT, 0L);
   curl_easy_setopt(handle, CURLOPT_NOPROXY, "*");
   curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, 10'000L);
   curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, 600'000L);
@@ -74,7 +68,6 @@ void guard(CURL* handle) {
   curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, passOver);
   curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, allowStart);
   curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openSocket);
-  curl_easy_setopt(handle, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
 }
 
 }  // namespace
@@ -134,16 +127,17 @@ const std::string& LibcurlCaller::callGuarded() {
   const Handle handle = copyGuardedHandle();
   setUp(handle.get());
   curl_easy_setopt(handle.get(), CURLOPT_CURLU, parsedURL_.get());
-  curl_easy_setopt(handle.get(), CURLOPT_OPENSOCKETDATA, &socket_);
-  curl_easy_setopt(handle.get(), CURLOPT_CLOSESOCKETDATA, &socket_);
   // Has the server spoken while nothing was asked?
   char unasked = 0;
-  if (socket_ != CURL_SOCKET_BAD && recv(socket_, &unasked, 1, MSG_DONTWAIT) >= 0) shutdown(socket_, SHUT_RDWR);
+  if (socket_ != CURL_SOCKET_BAD && recv(socket_, &unasked, 1, MSG_PEEK | MSG_DONTWAIT) >= 0) {
+    connections_.reset(curl_multi_init());
+  }
   curl_multi_add_handle(connections_.get(), handle.get());
   int running = 1;
   while (curl_multi_perform(connections_.get(), &running) == CURLM_OK && running > 0) {
     curl_multi_poll(connections_.get(), nullptr, 0, 1000, nullptr);
   }
+  if (curl_easy_getinfo(handle.get(), CURLINFO_ACTIVESOCKET, &socket_) != CURLE_OK) socket_ = CURL_SOCKET_BAD;
   curl_multi_remove_handle(connections_.get(), handle.get());
   return reply_;
 }

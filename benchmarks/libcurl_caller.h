@@ -40,7 +40,7 @@ class LibcurlCaller {
   std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_;
   std::string reply_;
   Handle handle_;
-  curl_socket_t socket_ = CURL_SOCKET_BAD;  // the last that was opened for a guarded call
+  curl_socket_t socket_ = CURL_SOCKET_BAD;  // of the connection that the last guarded call has left
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedURL_;
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> connections_;
 };

@@ -17,6 +17,15 @@ if(PROJECT_VERSION_MAJOR EQUAL 0)
   set(ZEA_SOVERSION 0.${PROJECT_VERSION_MINOR})
 endif()
 
+# What nobody calls is left out of programs and libraries (most of a JSON library, for one), and a library that misses
+# one of its own says so when it is linked and not when a host loads it. Sanitizers find their functions in the program
+# and their tables by section: they go without both.
+include(CheckLinkerFlag)
+if(NOT ZEA_SANITIZE)
+  check_linker_flag(CXX LINKER:--gc-sections ZEA_LINKER_COLLECTS_SECTIONS)
+  check_linker_flag(CXX LINKER:-z,defs ZEA_LINKER_REFUSES_UNDEFINED)
+endif()
+
 # zea_target(<target> [STANDARD <number>]): C++20 unless told otherwise, everything hidden that isn't marked, and the
 # warnings that the house insists on.
 function(zea_target target)
@@ -33,6 +42,13 @@ function(zea_target target)
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
     # Diagnostics name sources by their place in the tree, whatever folder it was built in.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(ZEA_LINKER_COLLECTS_SECTIONS AND NOT ZEA_SANITIZE)
+    target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+    target_link_options(${target} PRIVATE LINKER:--gc-sections)
+  endif()
+  if(ZEA_LINKER_REFUSES_UNDEFINED AND NOT ZEA_SANITIZE)
+    target_link_options(${target} PRIVATE LINKER:-z,defs)
+  endif()
   if(ZEA_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -4,6 +4,8 @@
 #include "qx/text.h"
 #include "zea_default_assistant_memory.h"
 
+using namespace zea;
+
 ZEAAssistant::ZEAAssistant(ICSHTTPPoolCenter* pool, const std::string& apiHost, const char* defaultHost,
                            IZEAAssistantMemory* givenMemory, std::unique_ptr<ZEAAssistantProperties> store)
     : memory(givenMemory), ownsMemory(false), properties(std::move(store)), session(new CMRestSession) {

@@ -9,6 +9,8 @@
 #include "qx/defer.h"
 #include "zea_json_read.h"
 
+using namespace zea;
+
 namespace {
 
 constexpr char kDefaultHost[] = "api.anthropic.com";

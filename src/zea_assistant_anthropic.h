@@ -3,8 +3,12 @@
 
 #include "zea_assistant.h"
 
+namespace zea {
+
 /// What goes out as "max_tokens" as long as nobody has assigned another number.
 inline constexpr std::int32_t kDefaultMaxTokens = 1024;
+
+}  // namespace zea
 
 /// The plain store and one key more: "max_tokens", the longest reply in tokens, which goes out with every request.
 class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
@@ -16,7 +20,7 @@ class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
   CMVariant obtainValue(const std::string& key) const override;
   bool setValue(const std::string& key, const CMVariant& value) override;
 
-  std::int32_t maxTokens = kDefaultMaxTokens;
+  std::int32_t maxTokens = zea::kDefaultMaxTokens;
 };
 
 class ZEAAssistant_ANTHROPIC final : public ZEAAssistant {

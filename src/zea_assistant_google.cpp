@@ -4,6 +4,8 @@
 #include "zea_error_text.h"
 #include "zea_json_read.h"
 
+using namespace zea;
+
 namespace {
 
 constexpr char kDefaultHost[] = "generativelanguage.googleapis.com";

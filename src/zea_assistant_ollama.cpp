@@ -2,6 +2,8 @@
 
 #include "zea_json_read.h"
 
+using namespace zea;
+
 namespace {
 
 constexpr char kDefaultHost[] = "localhost:11434";

@@ -11,6 +11,8 @@
 #include "zea_json_read.h"
 #include "zea_text_writer.h"
 
+using namespace zea;
+
 namespace {
 
 /// Whether an element of the structure document is as it should be; one that isn't is reported to developers.

@@ -12,6 +12,8 @@
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_properties.h"
 
+namespace zea {
+
 /// The keys, compared byte for byte.
 inline constexpr char kApiHost[] = "api_host";
 inline constexpr char kApiKey[] = "api_key";
@@ -22,6 +24,8 @@ inline constexpr char kUserInstructions[] = "user_instructions";
 inline constexpr char kSystemInstructions[] = "system_instructions";
 inline constexpr char kStructure[] = "db_structure";
 inline constexpr char kCombinedInstructions[] = "combined_instructions";
+
+}  // namespace zea
 
 /// The settings of one assistant. The adapters read the fields directly; the host reads and writes by key. The
 /// database structure is no field: its document lives as JSON text in the memory, is fetched each time it is needed,

@@ -3,6 +3,8 @@
 #include "qx/json.h"
 #include "zea_assistant_properties.h"
 
+using namespace zea;
+
 namespace {
 
 constexpr char kOptional[] = "optional";  // what the reader of the document does not insist on

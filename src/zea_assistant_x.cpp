@@ -3,6 +3,8 @@
 #include "zea_error_text.h"
 #include "zea_openai_call.h"
 
+using namespace zea;
+
 namespace {
 
 constexpr char kDefaultHost[] = "api.x.ai";

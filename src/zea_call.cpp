@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "qx/defer.h"
+#include "qx/http_pool_center.h"
 #include "qx/secret.h"
 #include "qx/text.h"
 #include "zea_default_assistant_memory.h"
@@ -12,6 +13,8 @@
 #include "zea_localize.h"
 #include "zea_message.h"
 #include "zea_message_text_section.h"
+
+using namespace zea;
 
 namespace {
 
@@ -66,6 +69,7 @@ class ReadyBody final : public ICOJsonValue {
 }  // namespace
 
 std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& text) const {
+  const QXCancelScope scope(session_.poolCenter);  // making the text of a large database takes a while
   if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
 
   ReadyBody body(makeBody(text));

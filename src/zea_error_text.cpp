@@ -6,6 +6,8 @@
 #include "qx/rest_response.h"
 #include "zea_json_read.h"
 
+namespace zea {
+
 namespace {
 
 std::optional<std::string_view> errorMessage(const CMRestResourceResponse& response) {
@@ -33,3 +35,5 @@ std::string extractCodeErrorText(const CMRestResourceResponse& response) {
   }
   return response.getBufferString();
 }
+
+}  // namespace zea

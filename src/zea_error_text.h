@@ -5,6 +5,8 @@
 
 class CMRestResourceResponse;
 
+namespace zea {
+
 /// The "message" of the body's "error" object, for most providers; otherwise the raw body.
 std::string extractErrorText(const CMRestResourceResponse& response);
 
@@ -13,3 +15,5 @@ std::string obtainErrorMessage(const CMRestResourceResponse& response);
 
 /// The body's "code" and, on a second line, its "error", when both are strings; otherwise the raw body.
 std::string extractCodeErrorText(const CMRestResourceResponse& response);
+
+}  // namespace zea

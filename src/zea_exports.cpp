@@ -13,6 +13,8 @@
 #include "zea_assistant_x.h"
 #include "zea_globals.h"
 
+using namespace zea;
+
 namespace {
 
 /// Only a whole assistant takes the pool over: as long as its constructor can still throw, the pool is the caller's.

@@ -2,6 +2,8 @@
 
 #include "qx/process_end.h"
 
+namespace zea {
+
 ZEACallback gCallback = nullptr;
 
 namespace {
@@ -26,3 +28,5 @@ CMRestGlobalSettings& gRestSettings() {
   static CMRestGlobalSettings* const settings = makeSettings();
   return *settings;
 }
+
+}  // namespace zea

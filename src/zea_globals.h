@@ -5,6 +5,8 @@
 #include "qx/rest_settings.h"
 #include "zea/zea_callback.h"
 
+namespace zea {
+
 /// The host's callback; null when none is registered.
 extern ZEACallback gCallback;
 
@@ -12,3 +14,5 @@ extern ZEACallback gCallback;
 /// of this library's own static objects, and go when the library is unloaded. A process that ends keeps them: its
 /// static objects and threads may still use the library.
 CMRestGlobalSettings& gRestSettings();
+
+}  // namespace zea

@@ -9,6 +9,8 @@
 #include "qx/rest_error.h"
 #include "zea_globals.h"
 
+namespace zea {
+
 namespace {
 
 constexpr std::uint64_t kRequestTag = 0x7AF634CA;  // the same for both methods
@@ -62,3 +64,5 @@ HTTP::Result HTTP::Post(CMRestSession* session, const std::string& URL, ICOJsonV
         return client.restPost(request, response);
       });
 }
+
+}  // namespace zea

@@ -10,7 +10,7 @@
 class CMRestSession;
 class ICOJsonValue;
 
-namespace HTTP {
+namespace zea::HTTP {
 
 /// What a call gives: the response, which is there in every case and which the caller owns and deletes, and the
 /// transport's text for the user, empty on success. A failed HTTP status is a failure of the transport too.
@@ -24,4 +24,4 @@ Result Get(CMRestSession* session, const std::string& URL, const CMRestParamList
 Result Post(CMRestSession* session, const std::string& URL, ICOJsonValue* body, const CMRestParamList& query,
             const CMRestParamList& headers);
 
-}  // namespace HTTP
+}  // namespace zea::HTTP

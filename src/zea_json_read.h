@@ -9,6 +9,8 @@
 
 #include "qx/json.h"
 
+namespace zea {
+
 /// The value when it is there and of that kind, otherwise null.
 inline const COJsonValue* ofKind(const COJsonValue* value, COJsonValueType type) {
   return value != nullptr && value->obtainType() == type ? value : nullptr;
@@ -49,3 +51,5 @@ void forEachItem(const COJsonValue& array, Function function) {
   const std::size_t size = array.obtainArraySize();
   for (std::size_t index = 0; index < size; ++index) function(*array.obtainArrayItem(index));
 }
+
+}  // namespace zea

@@ -4,6 +4,8 @@
 
 #include "zea_globals.h"
 
+namespace zea {
+
 std::string localizeText(const std::string& text) {
   if (text.empty() || gCallback == nullptr) return text;
 
@@ -14,3 +16,5 @@ std::string localizeText(const std::string& text) {
   const std::size_t length = strnlen(info.localizedText, sizeof info.localizedText);
   return length > 0 ? std::string(info.localizedText, length) : text;
 }
+
+}  // namespace zea

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace zea {
+
 /// The whole vocabulary; the texts are also the keys by which a host finds its translations.
 inline constexpr char kModelIsEmpty[] = "Model is empty";
 inline constexpr char kInvalidResponse[] = "Invalid response";
@@ -11,3 +13,5 @@ inline constexpr char kUnsupportedDataFormat[] = "Unsupported data format";
 /// The host's translation of the text; the text itself when there is no callback or it declines. An empty text gives
 /// an empty one, and the callback isn't asked. Nothing is cached: each failure asks anew.
 std::string localizeText(const std::string& text);
+
+}  // namespace zea

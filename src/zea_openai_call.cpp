@@ -2,6 +2,8 @@
 
 #include "zea_json_read.h"
 
+using namespace zea;
+
 ZEAPath ZEAOpenAICall::chatPath() const { return {"v1", "chat", "completions"}; }
 
 ZEAPath ZEAOpenAICall::listingPath() const { return {"v1", "models"}; }

@@ -411,19 +411,20 @@ TEST(TransportFault, IsFoundWhereverAReplyBreaksOff) {
       for (std::size_t size = 0; size < reply.size(); ++size) script.push_back({{reply.substr(0, size)}});
       RawServer server(script, tls);
       for (std::size_t size = 0; size < reply.size(); ++size) {
-        // Where nothing tells the length a body may be empty; the last line end of chunks carries nothing.
+        // Where nothing tells the length a body may be empty. The last line end of chunks carries nothing: whether it
+        // is missed is up to libcurl.
         const bool isWhole =
-            (size == headEnd && reply[size] == '\x1f' && reply.find("Content-Length") == std::string::npos) ||
-            (size + 1 == reply.size() && reply.ends_with("0\r\n\r\n"));
+            size == headEnd && reply[size] == '\x1f' && reply.find("Content-Length") == std::string::npos;
+        const bool canBeWhole = isWhole || (size + 1 == reply.size() && reply.ends_with("0\r\n\r\n"));
         Caller caller;
         caller.settings.caFile = authority.file();
 
         const Answer answer = caller.post(server.url(), nullptr);
 
-        EXPECT_EQ(answer.code == CMRestCode::ClosedBeforeReply || answer.code == CMRestCode::ClosedInsideReply,
-                  !isWhole)
-            << answer.code << " at " << size << " of " << reply;
-        EXPECT_TRUE(isWhole || answer.body().empty());
+        const bool isFound =
+            answer.code == CMRestCode::ClosedBeforeReply || answer.code == CMRestCode::ClosedInsideReply;
+        EXPECT_TRUE(isFound ? !isWhole : canBeWhole) << answer.code << " at " << size << " of " << reply;
+        EXPECT_TRUE(answer.body().empty() || !isFound);
       }
       EXPECT_EQ(server.requests().size(), reply.size());
     }

@@ -78,13 +78,13 @@ TEST_P(Providers, SendTheKeyWhereItBelongsAndAChangedKeyFromTheNextRequestOn) {
 
   conversation.askWell("one");
   const std::string first = keyOfLastRequest();
-  set(*conversation.assistant, "api_key", isInQuery ? " k 2 " : " k 2 \n");
+  set(*conversation.assistant, "api_key", " k 2 \n");
   conversation.askWell("two");
   const std::string second = keyOfLastRequest();
 
   if (isInQuery) {
     EXPECT_EQ(first, "/v1beta/models/m:generateContent?key=k");
-    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=%20k%202%20");
+    EXPECT_EQ(second, "/v1beta/models/m:generateContent?key=%20k%202%20%0A");
   } else if (GetParam().keyHeader == nullptr) {
     EXPECT_EQ(first + second, std::string(GetParam().chatTarget) + GetParam().chatTarget);
     EXPECT_EQ(conversation.server.requests().back().header("Authorization"), "");
@@ -180,6 +180,31 @@ class MeddlingMemory : public HostMemory {
   IZEAAssistant* assistant = nullptr;
   std::string host;
 };
+
+// Whoever cancelled ahead of the transfer waited for the answer all the same.
+TEST(Cancel, EndsAMessageWhoseTextIsBeingMade) {
+  struct CancellingMemory : HostMemory {
+    std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t limit) const override {
+      if (source != nullptr) source->cancel();
+      return HostMemory::obtainEntries(limit);
+    }
+    QXCancelSource* source = nullptr;
+  };
+  const auto source = std::make_shared<QXCancelSource>();
+  standin::Server server;
+  CancellingMemory memory;
+  const Owned<IZEAAssistant> assistant(
+      ZEACreateAssistant(ZEAAssistantType::OLLAMA, QX::createHTTPPoolCenter(source), "", server.url(), &memory));
+  memory.source = source.get();
+
+  EXPECT_EQ(assistant->addMessage("lost").second, "The request was cancelled.");
+  EXPECT_TRUE(server.requests().empty());
+  memory.source = nullptr;
+  server.enqueue({200, R"({"message":{"role":"assistant","content":"fine"}})"});
+  const auto [reply, failure] = assistant->addMessage("again");
+  const Owned<IZEAMessage> owned(reply);
+  EXPECT_EQ(failure, "");
+}
 
 // The library used to look at the properties before it had asked for the turns, and then sent freed memory, to the
 // host that had been set before.

@@ -5,6 +5,8 @@
 #include "date_time_service.h"
 #include "rest_services.h"
 
+using namespace qx;
+
 namespace {
 
 class AppFactory final : public ICSAppFactory {

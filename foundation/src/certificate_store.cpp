@@ -6,19 +6,25 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
-#include <sys/stat.h>
 
-#include <array>
-#include <cstdint>
+#include <atomic>
 #include <memory>
-#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "platform/platform.h"
+#include "process_shared.h"
+
+namespace qx {
 
 namespace {
 
-bool compareVersions() {
-  const curl_version_info_data* const version = curl_version_info(CURLVERSION_NOW);
-  if (version->ssl_version == nullptr) return false;
-  return version->ssl_version == std::string("OpenSSL/") + OpenSSL_version(OPENSSL_VERSION_STRING);
+/// Whether libcurl's name for what it uses is that of the OpenSSL here; null when it uses nothing.
+bool isOurOpenSSL(const char* name) {
+  constexpr std::string_view kBegin = "OpenSSL/";
+  const std::string_view text = name != nullptr ? name : "";
+  return text.substr(0, kBegin.size()) == kBegin &&
+         text.substr(kBegin.size()) == OpenSSL_version(OPENSSL_VERSION_STRING);
 }
 
 /// Gives its hold on a store back.
@@ -47,59 +53,68 @@ Store createStore(const std::string& file) {
                                                : X509_STORE_load_locations(store.get(), file.c_str(), nullptr) == 1);
   // An authority in the middle of a chain may be trusted without the one at its top, as libcurl has it.
   if (!isLoaded || X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN) != 1) store.reset();
-  ERR_clear_error();
+  ERR_clear_error();  // libcurl would take them for those of the handshake
   return store;
 }
 
-/// What tells one state of a file from another; the system's authorities count as unchanging.
-using FileState = std::array<std::int64_t, 5>;
+/// The store that was made last, and what its file was like by then. One that could not be made is tried again with the
+/// next call.
+struct KeptStore {
+  std::string file;
+  platform::FileState state{};
+  Store store;
+};
 
-FileState obtainState(const std::string& file) {
-  struct stat state {};
-  if (file.empty() || ::stat(file.c_str(), &state) != 0) return {};
-  return {static_cast<std::int64_t>(state.st_dev), static_cast<std::int64_t>(state.st_ino), state.st_size,
-          state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
+/// The system's are kept beside those of a file, so that neither drives the other out.
+struct KeptStores {
+  KeptStore ofSystem;
+  KeptStore ofFile;
+
+  KeptStore& obtain(const std::string& file) noexcept { return file.empty() ? ofSystem : ofFile; }
+};
+
+/// The caller's own hold on the store; null when there is none of that file as it is now.
+Store obtainKept(const std::string& file, const platform::FileState& state) {
+  const ProcessLock lock;
+  const KeptStore& kept = obtainShared<KeptStores>(lock).obtain(file);
+  const bool isGood = kept.store && kept.file == file && kept.state == state;
+  return isGood && X509_STORE_up_ref(kept.store.get()) == 1 ? Store(kept.store.get()) : nullptr;
 }
 
-/// The store that was made last, for as long as its file stays as it was. One that could not be made is tried again
-/// with the next call.
-class KeptStore {
- public:
-  /// Null, or the caller's own hold on the store.
-  Store obtain(const std::string& file) {
-    const std::lock_guard lock(mutex_);
-    const FileState state = obtainState(file);
-    if (!store_ || file != file_ || state != state_) {
-      store_.reset();  // none is taken for another's should memory run out
-      file_ = file;
-      state_ = state;
-      store_ = createStore(file);
-    }
-    if (!store_ || X509_STORE_up_ref(store_.get()) != 1) return nullptr;
-    return Store(store_.get());
-  }
-
- private:
-  std::mutex mutex_;
-  std::string file_;
-  FileState state_{};
-  Store store_;
-};
+void keep(const std::string& file, const platform::FileState& state, X509_STORE* store) {
+  std::string name = file;
+  if (X509_STORE_up_ref(store) != 1) return;
+  Store held(store);
+  const ProcessLock lock;
+  KeptStore& kept = obtainShared<KeptStores>(lock).obtain(file);
+  kept.file.swap(name);
+  kept.state = state;
+  kept.store.swap(held);
+}
 
 }  // namespace
 
-bool isCurlOnOurOpenSSL() {
-  static const bool isOurs = compareVersions();
-  return isOurs;
+bool isCurlOnOurOpenSSL() noexcept {
+  // libcurl writes the text anew each time that it is asked.
+  enum : int { Unknown, Ours, Another };
+  static constinit std::atomic<int> known = Unknown;
+  if (known == Unknown) known = isOurOpenSSL(curl_version_info(CURLVERSION_NOW)->ssl_version) ? Ours : Another;
+  return known == Ours;
 }
 
 bool trustAuthorities(SSL_CTX* context, const std::string& file) {
-  // Never freed: hosts close connections at the very end of the process. The system's are kept beside those of a file,
-  // so that neither drives the other out.
-  static KeptStore* const ofSystem = std::make_unique<KeptStore>().release();
-  static KeptStore* const ofFile = std::make_unique<KeptStore>().release();
-  Store store = (file.empty() ? ofSystem : ofFile)->obtain(file);
-  if (!store) return false;
+  // The system's authorities count as unchanging.
+  const platform::FileState state = file.empty() ? platform::FileState{} : platform::obtainFileState(file);
+  if (!file.empty() && state == platform::FileState{}) return false;
+  Store store = obtainKept(file, state);
+  if (!store) {
+    // Without the lock, since reading may take its time where a file is far away.
+    store = createStore(file);
+    if (!store) return false;
+    keep(file, state, store.get());
+  }
   SSL_CTX_set_cert_store(context, store.release());
   return true;
 }
+
+}  // namespace qx

@@ -7,9 +7,7 @@
 #include <new>
 #include <type_traits>
 
-/// Initialises libcurl at the first use in the process. It is never cleaned up: other users of libcurl in the process
-/// and connections that a host still holds at its end could not bear it. False when libcurl cannot be used.
-bool initializeCurl();
+namespace qx {
 
 /// Gives a handle of libcurl back to the function that its kind wants.
 template <auto Release>
@@ -21,8 +19,12 @@ struct CurlRelease {
   }
 };
 
+/// Frees a list whose lines may hold keys.
+void freeKeyedList(curl_slist* list) noexcept;
+
 using CurlMulti = std::unique_ptr<CURLM, CurlRelease<curl_multi_cleanup>>;
-using CurlList = std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>>;
+using CurlShare = std::unique_ptr<CURLSH, CurlRelease<curl_share_cleanup>>;
+using CurlList = std::unique_ptr<curl_slist, CurlRelease<freeKeyedList>>;
 using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
 
 /// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.
@@ -49,11 +51,11 @@ class CurlEasy {
   /// True when every option could be set.
   bool isComplete() const noexcept { return isComplete_; }
 
-  /// What the transfer was like; 0 when libcurl doesn't tell.
+  /// What the transfer is or was like; `otherwise` when libcurl doesn't tell.
   template <typename Value>
-  Value obtainInfo(CURLINFO info) const noexcept {
-    Value value = 0;
-    return curl_easy_getinfo(handle_.get(), info, &value) == CURLE_OK ? value : Value{0};
+  Value obtainInfo(CURLINFO info, Value otherwise = {}) const noexcept {
+    Value value = otherwise;
+    return curl_easy_getinfo(handle_.get(), info, &value) == CURLE_OK ? value : otherwise;
   }
   CURL* get() const noexcept { return handle_.get(); }
 
@@ -65,3 +67,5 @@ class CurlEasy {
   std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>> handle_;
   bool isComplete_;
 };
+
+}  // namespace qx

@@ -59,7 +59,7 @@ ICSDateTimeConverter::~ICSDateTimeConverter() = default;
 ICSDateTimeService::~ICSDateTimeService() = default;
 
 // Never destroyed: a host may still ask while the process ends.
-ICSDateTimeService* obtainDateTimeServiceInstance() {
+ICSDateTimeService* qx::obtainDateTimeServiceInstance() {
   static ICSDateTimeService* const service = new DateTimeService;
   return service;
 }

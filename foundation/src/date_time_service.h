@@ -3,5 +3,9 @@
 
 class ICSDateTimeService;
 
+namespace qx {
+
 /// Not owned; never null, never destroyed.
 ICSDateTimeService* obtainDateTimeServiceInstance();
+
+}  // namespace qx

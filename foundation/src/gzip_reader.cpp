@@ -2,6 +2,8 @@
 
 #include <new>
 
+namespace qx {
+
 namespace {
 
 constexpr int kGzipOnly = 16 + MAX_WBITS;
@@ -38,3 +40,5 @@ std::string_view GzipReader::unpackPiece() noexcept {
   isDamaged_ = result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR;
   return {piece_, kPieceBytes - stream_.avail_out};
 }
+
+}  // namespace qx

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+namespace qx {
+
 /// Large, so it is for the heap, and only where something is packed.
 class GzipReader {
  public:
@@ -40,3 +42,5 @@ class GzipReader {
   bool isDamaged_ = false;
   char piece_[kPieceBytes];
 };
+
+}  // namespace qx

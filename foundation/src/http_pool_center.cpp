@@ -1,40 +1,27 @@
 #include "qx/http_pool_center.h"
 
-#include <mutex>
 #include <utility>
 
 #include "qx_http_pool_center.h"
 
-// The mutex keeps a multi handle alive for as long as it is being woken: it is entered when a call begins and taken
-// out before the call ends, and the pool with its handle can only go when no call is running.
-struct QXCancelSource::State {
-  std::mutex mutex;
-  CURLM* running = nullptr;
-  std::atomic<bool> isCancelled = false;
+using namespace qx;
 
-  void begin(CURLM* multi) {
-    const std::lock_guard lock(mutex);
-    running = multi;
-    isCancelled = false;
-  }
-  void end() {
-    const std::lock_guard lock(mutex);
-    running = nullptr;
-  }
-};
+struct QXCancelSource::State : CancelState {};
 
 QXCancelSource::QXCancelSource() : state_(std::make_unique<State>()) {}
 QXCancelSource::~QXCancelSource() = default;
 
-void QXCancelSource::cancel() noexcept {
-  const std::lock_guard lock(state_->mutex);
-  if (state_->running == nullptr) return;
-  state_->isCancelled = true;
-  // Should the waking fail, the call sees the flag the next time that it looks.
-  static_cast<void>(curl_multi_wakeup(state_->running));
-}
+void QXCancelSource::cancel() noexcept { state_->cancel(); }
 
 ICSHTTPPoolCenter::~ICSHTTPPoolCenter() = default;
+
+QXCancelScope::QXCancelScope(ICSHTTPPoolCenter* pool) noexcept : pool_(QXHTTPPoolCenter::obtainFrom(pool)) {
+  if (CancelState* const state = pool_ != nullptr ? pool_->obtainCancelState() : nullptr) state->begin();
+}
+
+QXCancelScope::~QXCancelScope() {
+  if (CancelState* const state = pool_ != nullptr ? pool_->obtainCancelState() : nullptr) state->end();
+}
 
 QXHTTPPoolCenter::QXHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource)
     : cancelSource_(std::move(cancelSource)) {}
@@ -45,26 +32,25 @@ QXHTTPPoolCenter* QXHTTPPoolCenter::obtainFrom(ICSHTTPPoolCenter* pool) noexcept
   return dynamic_cast<QXHTTPPoolCenter*>(pool);
 }
 
-QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool, const std::string& trustedAuthorities)
-    : pool_(pool != nullptr && !pool->isBusy_.exchange(true) ? pool : nullptr),
-      connections_(pool_ != nullptr ? pool_->connections_ : own_.emplace()) {
-  try {
-    connections_.open(trustedAuthorities);
-  } catch (...) {
-    if (pool_ != nullptr) pool_->isBusy_ = false;
-    throw;
-  }
-  if (pool_ != nullptr && pool_->cancelSource_) pool_->cancelSource_->state_->begin(connections_.multi.get());
+CancelState* QXHTTPPoolCenter::obtainCancelState() const noexcept {
+  return cancelSource_ ? cancelSource_->state_.get() : nullptr;
+}
+
+QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool) {
+  if (pool == nullptr || pool->isBusy_.exchange(true)) return;
+  pool_ = pool;
+  cancel_ = pool->obtainCancelState();
+  if (cancel_ == nullptr) return;
+  cancel_->begin();
+  cancel_->setWaker(&loop_->obtainWaker());
 }
 
 QXHTTPPoolCenter::Lease::~Lease() {
-  if (pool_ == nullptr) return;
-  if (pool_->cancelSource_) pool_->cancelSource_->state_->end();
-  pool_->isBusy_ = false;
-}
-
-bool QXHTTPPoolCenter::Lease::isCancelled() const noexcept {
-  return pool_ != nullptr && pool_->cancelSource_ && pool_->cancelSource_->state_->isCancelled;
+  if (cancel_ != nullptr) {
+    cancel_->setWaker(nullptr);
+    cancel_->end();
+  }
+  if (pool_ != nullptr) pool_->isBusy_ = false;
 }
 
 ICSHTTPPoolCenter* QX::createHTTPPoolCenter() { return createHTTPPoolCenter(nullptr); }

@@ -1,31 +1,29 @@
 #include "json_parser.h"
 
-// The parser is a template. Of the library's compiled part it needs the few functions of these .ipp files alone, and
-// the library's own way to have them, boost/json/src.hpp, would bring all the rest along. They are inline, and what is
-// declared visible is hidden, because a host may have another release of the same library in its process.
-#include <boost/config.hpp>
-#include <boost/version.hpp>
-#if BOOST_VERSION / 100 != 1081
-#error "The parser's inner files move from release to release: it is built with Boost 1.81"
-#endif
-#undef BOOST_SYMBOL_VISIBLE
-#define BOOST_SYMBOL_VISIBLE
-#define BOOST_JSON_DECL inline
 #include <algorithm>
 #include <array>
-#include <boost/json/basic_parser_impl.hpp>
-#include <boost/json/detail/impl/default_resource.ipp>
-#include <boost/json/detail/impl/stack.ipp>
-#include <boost/json/impl/error.ipp>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "number_text.h"
+
+// A host may hold any release of Boost, linked statically or shared, in the same process. So everything of it gets a
+// namespace of its own here, with all that Boost.JSON rests on: what is inline would otherwise be merged across
+// releases. And what Boost declares visible is hidden. src.hpp is the library's own way to be compiled in one source;
+// what of it nobody calls goes when the linker collects sections.
+#define boost qx_private_boost
+#define BOOST_NO_USER_CONFIG  // its path is a macro, in which the name would be replaced
+#include <boost/config.hpp>
+#undef BOOST_SYMBOL_VISIBLE
+#define BOOST_SYMBOL_VISIBLE
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/src.hpp>
 
 namespace {
 
@@ -118,7 +116,7 @@ class WaitingValues {
 /// known, and they move into one chunk of exactly that size.
 class TreeHandler {
  public:
-  using ErrorCode = boost::json::error_code;
+  using ErrorCode = boost::system::error_code;
   using Text = boost::json::string_view;
 
   static constexpr std::size_t max_array_size = std::numeric_limits<std::size_t>::max();
@@ -307,7 +305,7 @@ QXJsonResult qxParseJson(COJsonArena& arena, COJsonArena::Node& root, std::uint6
   options.max_depth = kMaxDepth;
   options.allow_invalid_utf8 = true;  // strings are bytes
   boost::json::basic_parser<TreeHandler> parser(options, arena, input, mostValueBytes);
-  boost::json::error_code error;
+  boost::system::error_code error;
   // The whole text in one piece: what the handler gets are then views of it.
   const std::size_t parsed = parser.write_some(false, input.data(), input.size(), error);
   if (parser.handler().isTooLarge()) return QXJsonResult::TooLarge;

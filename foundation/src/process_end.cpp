@@ -8,7 +8,7 @@ namespace {
 constinit std::atomic<bool> gIsEnding{false};
 
 // libqx stays loaded until the process ends: nothing but that end calls this.
-extern "C" void noteProcessEnd() { gIsEnding = true; }
+void noteProcessEnd() { gIsEnding = true; }
 
 }  // namespace
 

@@ -4,14 +4,24 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <string>
 
-#include "kept_sockets.h"
+#include "cancel_state.h"
+#include "kept_connection.h"
 #include "qx/http_pool_center.h"
+#include "rest_headers.h"
+#include "rest_url.h"
+#include "transfer_loop.h"
 
-/// One libcurl multi handle: it owns the connections. It is made by the first call, so that libcurl sleeps in a process
-/// that makes none.
+namespace qx {
+
+/// What one call after the other is mostly asked with.
+struct RestRequestParts {
+  RestURL url;
+  RestHeaders headers;
+};
+
+}  // namespace qx
+
 class QXHTTPPoolCenter final : public ICSHTTPPoolCenter {
  public:
   explicit QXHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource);
@@ -24,6 +34,8 @@ class QXHTTPPoolCenter final : public ICSHTTPPoolCenter {
 
   void setLastCode(std::int32_t code) noexcept { lastCode_ = code; }
   std::int32_t obtainLastCode() const noexcept { return lastCode_; }
+  /// Null without a cancel source.
+  qx::CancelState* obtainCancelState() const noexcept;
 
   class Lease;
 
@@ -31,25 +43,31 @@ class QXHTTPPoolCenter final : public ICSHTTPPoolCenter {
   std::shared_ptr<QXCancelSource> cancelSource_;
   std::atomic<bool> isBusy_ = false;
   std::atomic<std::int32_t> lastCode_ = 0;
-  KeptConnections connections_;
+  qx::LoopKeeping loopKeeping_;
+  qx::KeptConnection connection_;
+  qx::RestRequestParts parts_;
 };
 
-/// The right to drive a multi handle for the length of one call: the pool's, or one of its own where there is no pool
-/// or the pool is busy. While it has the pool's, the pool's cancel source acts on it.
+/// What one call works with: a loop and, unless there is no pool or it is busy, the pool's connection and its cancel
+/// source.
 class QXHTTPPoolCenter::Lease {
  public:
-  /// For connections that trust the authorities of that file, or the system's when it is empty. Throws
-  /// `std::bad_alloc`.
-  Lease(QXHTTPPoolCenter* pool, const std::string& trustedAuthorities);
+  /// `pool`: not owned, may be null. Throws `std::bad_alloc`.
+  explicit Lease(QXHTTPPoolCenter* pool);
   ~Lease();
   Lease(const Lease&) = delete;
   Lease& operator=(const Lease&) = delete;
 
-  KeptConnections& obtainConnections() const noexcept { return connections_; }
-  bool isCancelled() const noexcept;
+  qx::TransferLoop& obtainLoop() const noexcept { return *loop_; }
+  /// Null: the connection of the call ends with it.
+  qx::KeptConnection* obtainConnection() const noexcept { return pool_ != nullptr ? &pool_->connection_ : nullptr; }
+  qx::RestRequestParts& obtainParts() noexcept { return pool_ != nullptr ? pool_->parts_ : ownParts_; }
+  /// Null: nobody can cancel the call.
+  const qx::CancelState* obtainCancelState() const noexcept { return cancel_; }
 
  private:
-  QXHTTPPoolCenter* pool_;              // null without the pool's multi handle
-  std::optional<KeptConnections> own_;  // only without it
-  KeptConnections& connections_;
+  qx::BorrowedLoop loop_;
+  qx::RestRequestParts ownParts_;
+  QXHTTPPoolCenter* pool_ = nullptr;
+  qx::CancelState* cancel_ = nullptr;
 };

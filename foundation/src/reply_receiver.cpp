@@ -1,17 +1,39 @@
 #include "reply_receiver.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
 #include "rest_headers.h"
 
+namespace qx {
+
 namespace {
+
+// A server may announce what it never sends.
+constexpr std::uint64_t kMostReserved = 1024U * 1024U;
 
 std::string_view trim(std::string_view text) noexcept {
   constexpr std::string_view kSpace = " \t\r\n";
   const std::size_t begin = text.find_first_not_of(kSpace);
   if (begin == std::string_view::npos) return {};
   return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+}
+
+bool isDigit(char character) noexcept { return character >= '0' && character <= '9'; }
+
+bool isBlank(char character) noexcept { return character == ' ' || character == '\t'; }
+
+// libcurl is more or less strict from release to release. What counts here is a version of HTTP, a blank and a status
+// of three digits.
+bool isReadableStatusLine(std::string_view line) noexcept {
+  constexpr std::string_view kVersions[] = {"HTTP/1.1 ", "HTTP/1.0 ", "HTTP/2 ", "HTTP/3 "};
+  for (const std::string_view version : kVersions) {
+    if (line.substr(0, version.size()) != version) continue;
+    line.remove_prefix(version.size());
+    return line.size() > 3 && std::all_of(line.begin(), line.begin() + 3, isDigit) && !isDigit(line[3]);
+  }
+  return false;
 }
 
 }  // namespace
@@ -27,13 +49,18 @@ bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
   const bool isStatusLine = line.substr(0, 5) == "HTTP/";
   if (hasBody_ || (hasWholeHead_ && !isStatusLine)) return true;  // a trailer
   if (isStatusLine) {
-    // The first head, or the one behind a preliminary one.
+    if (!isReadableStatusLine(line)) return giveUp(ReplyFault::Malformed);
+    // The first head, or the one after an interim response.
+    isHeadNew_ = true;
     hasWholeHead_ = false;
     packing_ = Packing::None;
     length_.reset();
+    isChunked_ = false;
     return true;
   }
-  if (line.find_first_not_of("\r\n") == std::string_view::npos) hasWholeHead_ = true;
+  // There is nothing yet that it could continue.
+  if (std::exchange(isHeadNew_, false) && isBlank(line.front())) return giveUp(ReplyFault::Malformed);
+  if (line == "\r\n" || line == "\n") hasWholeHead_ = true;
   const std::size_t colon = line.find(':');
   return colon == std::string_view::npos || takeField(line.substr(0, colon), line.substr(colon + 1));
 }
@@ -42,8 +69,8 @@ bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noe
   if (isSameIgnoringCase(name, "Content-Length")) return takeLength(trim(value));
   if (isSameIgnoringCase(name, "Transfer-Encoding")) {
     value = trim(value);
-    const bool isKnown = isSameIgnoringCase(value, "chunked") || isSameIgnoringCase(value, "identity");
-    return isKnown || giveUp(ReplyFault::Malformed);
+    isChunked_ = isSameIgnoringCase(value, "chunked");
+    return isChunked_ || isSameIgnoringCase(value, "identity") || giveUp(ReplyFault::Malformed);
   }
   if (!isSameIgnoringCase(name, "Content-Encoding")) return true;
   value = trim(value);
@@ -69,8 +96,11 @@ bool ReplyReceiver::takeBody(std::string_view data) noexcept {
       hasBody_ = true;
       if (packing_ == Packing::Unknown) return giveUp(ReplyFault::Malformed);
       if (length_ && *length_ > maxBodyBytes_) return giveUp(ReplyFault::BodyTooLarge);
-      if (length_) body_.reserve(static_cast<std::size_t>(*length_));
+      if (length_) body_.reserve(static_cast<std::size_t>(std::min(*length_, kMostReserved)));
     }
+    // What unpacks to nothing counts too.
+    bodyBytes_ += data.size();
+    if (bodyBytes_ > maxBodyBytes_) return giveUp(ReplyFault::BodyTooLarge);
     if (packing_ == Packing::None) return append(data);
     if (!unpacker_) unpacker_ = std::make_unique<GzipReader>();
     const bool isUnpacked = unpacker_->unpack(data, [this](std::string_view piece) { return append(piece); });
@@ -85,3 +115,5 @@ bool ReplyReceiver::append(std::string_view data) {
   body_.append(data);
   return true;
 }
+
+}  // namespace qx

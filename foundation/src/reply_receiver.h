@@ -11,6 +11,8 @@
 
 #include "gzip_reader.h"
 
+namespace qx {
+
 /// What is wrong with a reply that was given up.
 enum class ReplyFault { None, HeadersTooLarge, BodyTooLarge, Malformed, OutOfMemory };
 
@@ -32,6 +34,8 @@ class ReplyReceiver {
   bool hasWholeHead() const noexcept { return hasWholeHead_; }
   /// True when a packed body came up to its end; what isn't packed is whole by this measure.
   bool isWholePacking() const noexcept { return !unpacker_ || unpacker_->isWhole(); }
+  /// True when nothing but the end of the connection tells where the body ends.
+  bool isEndedByClose() const noexcept { return !length_ && !isChunked_; }
   std::string releaseBody() noexcept { return std::move(body_); }
 
  private:
@@ -45,11 +49,16 @@ class ReplyReceiver {
   std::uint64_t maxHeaderBytes_;
   std::uint64_t maxBodyBytes_;
   std::uint64_t headerBytes_ = 0;
+  std::uint64_t bodyBytes_ = 0;  // as they were sent
+  bool isHeadNew_ = false;       // its status line was the last one
   bool hasWholeHead_ = false;
   Packing packing_ = Packing::None;
   std::optional<std::uint64_t> length_;
+  bool isChunked_ = false;
   bool hasBody_ = false;
   std::unique_ptr<GzipReader> unpacker_;  // of a packed body that has begun
   std::string body_;
   ReplyFault fault_ = ReplyFault::None;
 };
+
+}  // namespace qx

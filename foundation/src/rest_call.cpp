@@ -1,84 +1,41 @@
 #include "rest_call.h"
 
-#include <openssl/err.h>
-#include <openssl/ssl.h>
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "call_control.h"
 #include "certificate_store.h"
+#include "host_names.h"
+#include "openssl_guard.h"
+#include "platform/platform.h"
+#include "process_shared.h"
 #include "qx/rest_error.h"
 #include "reply_receiver.h"
+#include "rest_headers.h"
 #include "rest_outcome.h"
+#include "rest_url.h"
+#include "tls_context.h"
+#include "wipe.h"
+
+namespace qx {
 
 namespace {
 
 // libcurl itself gives up a head that is a little larger.
 constexpr std::uint64_t kMostHeaderBytes = 256U * 1024U;
-// The call is woken for everything that matters to it; this is how long a lost waking would delay it.
-constexpr int kPollMs = 1000;
 constexpr long kMaxIdleSeconds = 30;
 // Larger pieces than libcurl's take a large body to the other side in fewer turns.
 constexpr std::size_t kLargeBody = 128U * 1024U;
 constexpr long kLargePieceBytes = 256L * 1024L;
 constexpr long kOldestTLS = CURL_SSLVERSION_TLSv1_2;
 constexpr long kSameName = 2;  // the certificate's and the host's
-
-/// Where libcurl's callbacks keep what they see. No exception leaves them: libcurl could not pass it on.
-struct Transfer {
-  explicit Transfer(const CMRestGlobalSettings& settings)
-      : reply(std::min(settings.maxHeaderBytes, kMostHeaderBytes), settings.maxResponseBytes),
-        hasProxy(!settings.proxyURL.empty()) {}
-
-  ReplyReceiver reply;
-  bool hasProxy;
-  bool hasStarted = false;
-};
-
-std::size_t writeHeader(char* data, std::size_t size, std::size_t count, void* userData) {
-  const std::string_view line(data, size * count);
-  return static_cast<Transfer*>(userData)->reply.takeHeaderLine(line) ? line.size() : 0;
-}
-
-std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* userData) {
-  const std::string_view piece(data, size * count);
-  return static_cast<Transfer*>(userData)->reply.takeBody(piece) ? piece.size() : CURL_WRITEFUNC_ERROR;
-}
-
-// When a kept connection dies libcurl would send the request again on a new one, although the server may have read it.
-int allowOneStart(void* userData, char* /*remote*/, char* /*local*/, int /*remotePort*/, int /*localPort*/) {
-  auto& transfer = *static_cast<Transfer*>(userData);
-  if (transfer.hasStarted) return CURL_PREREQFUNC_ABORT;
-  transfer.hasStarted = true;
-  return CURL_PREREQFUNC_OK;
-}
-
-// libcurl looks at the first error that OpenSSL has queued, and where a signature is wrong that is one of arithmetic:
-// the refused certificate would pass for a failed handshake.
-int leaveVerdictAlone(int isTrusted, X509_STORE_CTX* /*chain*/) {
-  if (isTrusted == 0) ERR_clear_error();
-  return isTrusted;
-}
-
-CURLcode setUpContext(CURL* /*easy*/, void* sslContext, void* authorities) {
-  auto* const context = static_cast<SSL_CTX*>(sslContext);
-  try {
-    if (!trustAuthorities(context, *static_cast<const std::string*>(authorities))) return CURLE_SSL_CACERT_BADFILE;
-  } catch (const std::bad_alloc&) {
-    return CURLE_OUT_OF_MEMORY;
-  }
-  SSL_CTX_set_verify(context, SSL_VERIFY_PEER, leaveVerdictAlone);
-  // SSLKEYLOGFILE in the environment would make libcurl write down what opens recorded connections.
-  SSL_CTX_set_keylog_callback(context, nullptr);
-  return CURLE_OK;
-}
 
 // Where libcurl looks itself; its own folder of authorities would count beside the file.
 void setTrustedFile(CurlEasy& easy, const char* file) {
@@ -92,9 +49,13 @@ void setTLSOptions(CurlEasy& easy) {
   easy.set(CURLOPT_SSLVERSION, kOldestTLS);
   easy.set(CURLOPT_SSL_VERIFYPEER, 1L);
   easy.set(CURLOPT_SSL_VERIFYHOST, kSameName);
+  // Loops serve calls that trust different authorities: neither a session of another call, which isn't verified again,
+  // nor its certificate store may count.
+  easy.set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+  easy.set(CURLOPT_CA_CACHE_TIMEOUT, 0L);
   if (!isCurlOnOurOpenSSL()) return;
   setTrustedFile(easy, nullptr);
-  easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpContext);
+  easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpTLSContext);
 }
 
 void setStandingOptions(CurlEasy& easy) {
@@ -105,172 +66,304 @@ void setStandingOptions(CurlEasy& easy) {
   easy.set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
   // Otherwise libcurl would look for a proxy in the environment, and a key could go to one that nobody here named.
   easy.set(CURLOPT_NOPROXY, "*");
-  easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
-  easy.set(CURLOPT_WRITEFUNCTION, writeBody);
-
   easy.set(CURLOPT_NOSIGNAL, 1L);
   easy.set(CURLOPT_TCP_KEEPALIVE, 1L);
   easy.set(CURLOPT_MAXAGE_CONN, kMaxIdleSeconds);
-  // Otherwise a time limit or a cancel would wait for a name server that doesn't answer.
+  // Should libcurl look a name up by itself after all, no limit waits for the name server.
   easy.set(CURLOPT_QUICK_EXIT, 1L);
   setTLSOptions(easy);
 }
 
-/// A copy of the one handle that has the standing options, because making one takes a lock that all threads of the
-/// process spin on. They share it: a handle of a thread's own has left the cache by the time of its next question.
-CurlEasy copyPattern() {
-  struct Shared {
-    std::mutex mutex;
-    std::optional<CurlEasy> pattern;
+// libcurl compares the names before it stores the verdict on the chain, which is unspecified until then.
+bool isChainTrusted(long verdict) {
+  return verdict == X509_V_OK || verdict == X509_V_ERR_UNSPECIFIED || verdict == X509_V_ERR_HOSTNAME_MISMATCH;
+}
+
+/// One call, in as many attempts as it takes until something of it is sent. libcurl's callbacks work on it; no
+/// exception leaves them, since libcurl could not pass it on.
+class Exchange {
+ public:
+  Exchange(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter::Lease& lease);
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  RestResult run();
+
+  /// Sets what is the same for all exchanges.
+  static void setCallbacks(CurlEasy& easy);
+
+ private:
+  /// What an attempt has come to, as far as libcurl's result doesn't tell.
+  struct Attempt {
+    bool hasOpenedSocket = false;
+    bool isConnectionSpoilt = false;  // the kept one holds what the server has said unasked
+    bool isNameWanted = false;
+    CallControl::Stop stop = CallControl::Stop::None;
+    TLSReport tls;
   };
-  static Shared* const shared = std::make_unique<Shared>().release();
-  const std::lock_guard lock(shared->mutex);
-  std::optional<CurlEasy>& pattern = shared->pattern;
-  if (!pattern || !pattern->isComplete()) setStandingOptions(pattern.emplace());
-  return pattern->duplicate();
-}
 
-/// A handle serves one call: behind a reply, libcurl reads what it has freed when the next one begins with the
-/// continuation of a header.
-CurlEasy makeHandle(KeptConnections& connections) {
-  CurlEasy easy = copyPattern();
-  connections.sockets.serve(easy);
-  if (isCurlOnOurOpenSSL()) {
-    easy.set(CURLOPT_SSL_CTX_DATA, &connections.authorities);
-  } else if (!connections.authorities.empty()) {
-    setTrustedFile(easy, connections.authorities.c_str());
+  static std::size_t writeHeader(char* data, std::size_t size, std::size_t count, void* self);
+  static std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* self);
+  static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
+  static int beginLookup(void* state, void* reserved, void* self);
+  static int beginRequest(void* self, char* remote, char* local, int remotePort, int localPort);
+  static int watchTunnel(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
+
+  std::int32_t prepare();
+  void setProxy(const std::string& url);
+  void setCallbackData();
+  void setBody(const std::string& body);
+  TransferLoop::End attempt();
+  std::int32_t lookUpNextName();
+  bool refusesRestart() noexcept;
+  bool isInsideTLS() const noexcept;
+  RestOutcome describe(CURLcode result) const;
+  RestResult finish(std::int32_t code);
+
+  const RestCall& call_;
+  const CMRestGlobalSettings& settings_;
+  QXHTTPPoolCenter::Lease& lease_;
+  const CallControl control_;
+  HostNames names_;
+  std::optional<std::string> proxyURL_;
+  bool isConnected_ = false;       // the request could begin
+  bool isRestartRefused_ = false;  // libcurl wanted to send the body a second time
+  bool isOutOfDescriptors_ = false;
+  Attempt attempt_;
+  ReplyReceiver reply_;
+  CurlEasy easy_;
+};
+
+/// The one handle that has the standing options. Calls copy it: making one takes a lock of libcurl's that all threads
+/// of the process spin on, and a prototype of a thread's own has left the cache by the time of its next question.
+struct Prototype {
+  CurlEasy easy;
+  Prototype() {
+    setStandingOptions(easy);
+    Exchange::setCallbacks(easy);
   }
-  return easy;
+};
+
+/// A handle serves one call: after a reply, libcurl reads what it has freed when the next one begins with the
+/// continuation of a header.
+CurlEasy copyPrototype() {
+  const ProcessLock lock;
+  return obtainShared<Prototype>(lock).easy.duplicate();
 }
 
-long clampMilliseconds(std::int64_t milliseconds) {
-  return static_cast<long>(std::clamp<std::int64_t>(milliseconds, 0, std::numeric_limits<int>::max()));
+Exchange::Exchange(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter::Lease& lease)
+    : call_(call),
+      settings_(settings),
+      lease_(lease),
+      control_(settings, call.isSecure, lease.obtainCancelState()),
+      names_(lease.obtainLoop(), control_),
+      reply_(std::min(settings.maxHeaderBytes, kMostHeaderBytes), settings.maxResponseBytes),
+      easy_(copyPrototype()) {}
+
+std::size_t Exchange::writeHeader(char* data, std::size_t size, std::size_t count, void* self) {
+  const std::string_view line(data, size * count);
+  return static_cast<Exchange*>(self)->reply_.takeHeaderLine(line) ? line.size() : 0;
 }
 
-void setProxy(CurlEasy& easy, const CMRestGlobalSettings& settings, const std::string& userAgent) {
-  easy.set(CURLOPT_PROXY, settings.proxyURL.c_str());
-  easy.set(CURLOPT_NOPROXY, settings.proxyBypass.c_str());
-  easy.set(CURLOPT_PROXY_SSLVERSION, kOldestTLS);
-  easy.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
-  easy.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
-  easy.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+std::size_t Exchange::writeBody(char* data, std::size_t size, std::size_t count, void* self) {
+  const std::string_view piece(data, size * count);
+  return static_cast<Exchange*>(self)->reply_.takeBody(piece) ? piece.size() : CURL_WRITEFUNC_ERROR;
+}
+
+// When a kept connection dies libcurl would send the request again on a new one, although the server may have read it.
+bool Exchange::refusesRestart() noexcept {
+  isRestartRefused_ = isRestartRefused_ || (call_.postBody && isConnected_);
+  return isRestartRefused_;
+}
+
+curl_socket_t Exchange::openSocket(void* self, curlsocktype /*purpose*/, curl_sockaddr* address) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  if (exchange.refusesRestart()) return CURL_SOCKET_BAD;
+  exchange.attempt_.hasOpenedSocket = true;
+  const platform::Socket socket = platform::openSocket(address->family, address->socktype, address->protocol);
+  if (socket == platform::kNoSocket && !platform::hasFreeDescriptor()) exchange.isOutOfDescriptors_ = true;
+  return socket;
+}
+
+int Exchange::beginLookup(void* /*state*/, void* /*reserved*/, void* self) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  if (exchange.names_.isPlainAddress()) return 0;
+  exchange.attempt_.isNameWanted = !exchange.refusesRestart();
+  return 1;
+}
+
+int Exchange::beginRequest(void* self, char* /*remote*/, char* /*local*/, int /*remotePort*/, int /*localPort*/) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  if (exchange.refusesRestart()) return CURL_PREREQFUNC_ABORT;
+  if (!exchange.attempt_.hasOpenedSocket && hasUnreadTLSBytes(exchange.easy_.get())) {
+    exchange.attempt_.isConnectionSpoilt = true;
+    return CURL_PREREQFUNC_ABORT;
+  }
+  exchange.isConnected_ = true;
+  exchange.attempt_.tls.isConnected = true;
+  if (exchange.proxyURL_) exchange.attempt_.tls.connection = obtainTLSConnection(exchange.easy_.get());
+  return CURL_PREREQFUNC_OK;
+}
+
+// A proxy's refusal is read byte by byte, as long as bytes come, and libcurl looks at nothing else meanwhile.
+int Exchange::watchTunnel(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  exchange.attempt_.stop = exchange.control_.obtainStop(exchange.isConnected_);
+  return exchange.attempt_.stop != CallControl::Stop::None ? 1 : 0;
+}
+
+void Exchange::setCallbacks(CurlEasy& easy) {
+  easy.set(CURLOPT_HEADERFUNCTION, writeHeader);
+  easy.set(CURLOPT_WRITEFUNCTION, writeBody);
+  easy.set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  easy.set(CURLOPT_RESOLVER_START_FUNCTION, beginLookup);
+  easy.set(CURLOPT_PREREQFUNCTION, beginRequest);
+}
+
+void Exchange::setCallbackData() {
+  easy_.set(CURLOPT_HEADERDATA, this);
+  easy_.set(CURLOPT_WRITEDATA, this);
+  easy_.set(CURLOPT_OPENSOCKETDATA, this);
+  easy_.set(CURLOPT_RESOLVER_START_DATA, this);
+  easy_.set(CURLOPT_PREREQDATA, this);
+}
+
+void Exchange::setProxy(const std::string& url) {
+  easy_.set(CURLOPT_PROXY, url.c_str());
+  easy_.set(CURLOPT_NOPROXY, settings_.proxyBypass.c_str());
+  easy_.set(CURLOPT_PROXY_SSLVERSION, kOldestTLS);
+  easy_.set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
+  easy_.set(CURLOPT_PROXY_SSL_VERIFYHOST, kSameName);
+  easy_.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   // A proxy is asked for a tunnel without the header lines.
-  easy.set(CURLOPT_USERAGENT, userAgent.c_str());
+  easy_.set(CURLOPT_USERAGENT, obtainSentUserAgent(settings_.userAgent).c_str());
+  easy_.set(CURLOPT_XFERINFOFUNCTION, watchTunnel);
+  easy_.set(CURLOPT_XFERINFODATA, this);
+  easy_.set(CURLOPT_NOPROGRESS, 0L);
 }
 
-void setTimeLimits(CurlEasy& easy, const CMRestGlobalSettings& settings) {
-  const bool hasConnectTimeout = settings.connectTimeoutMs > 0;
-  easy.set(CURLOPT_CONNECTTIMEOUT_MS,
-           clampMilliseconds(hasConnectTimeout ? settings.connectTimeoutMs : CMRestGlobalSettings().connectTimeoutMs));
-  easy.set(CURLOPT_TIMEOUT_MS, clampMilliseconds(settings.requestTimeoutMs));
-}
-
-void setBody(CurlEasy& easy, const std::string& body, Transfer& transfer) {
-  easy.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-  easy.set(CURLOPT_POSTFIELDS, body.c_str());
-  easy.set(CURLOPT_PREREQFUNCTION, allowOneStart);
-  easy.set(CURLOPT_PREREQDATA, &transfer);
-  if (body.size() > kLargeBody) easy.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
+void Exchange::setBody(const std::string& body) {
+  easy_.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  easy_.set(CURLOPT_POSTFIELDS, body.c_str());
+  if (body.size() > kLargeBody) easy_.set(CURLOPT_UPLOAD_BUFFERSIZE, kLargePieceBytes);
 }
 
 /// The code of what may not be sent.
-std::int32_t setRequest(CurlEasy& easy, const RestCall& call, const CMRestGlobalSettings& settings,
-                        KeptConnections& connections) {
-  const bool isBodyLarge = call.postBody && call.postBody->size() > kLargeBody;
-  const HeaderSources headers{call.sessionHeaders, call.request.obtainHeaderParams(), settings.userAgent,
-                              call.contentType, isBodyLarge};
-  if (!connections.headers.setOn(easy, headers)) return CMRestCode::InvalidHeader;
-  const bool isURL = connections.url.setOn(easy, call.request.obtainURL(), call.request.obtainQueryParams());
-  return isURL ? CMRestCode::Success : CMRestCode::InvalidURL;
-}
-
-void setTransfer(CurlEasy& easy, const RestCall& call, Transfer& transfer) {
-  easy.set(CURLOPT_HEADERDATA, &transfer);
-  easy.set(CURLOPT_WRITEDATA, &transfer);
-  if (call.postBody) setBody(easy, *call.postBody, transfer);
-}
-
-/// An easy handle's stay in a multi handle.
-class Attachment {
- public:
-  Attachment(CURLM* multi, CURL* easy)
-      : multi_(multi), easy_(easy), isAttached_(curl_multi_add_handle(multi, easy) == CURLM_OK) {}
-  ~Attachment() {
-    // It can only fail for handles that don't belong together.
-    if (isAttached_) static_cast<void>(curl_multi_remove_handle(multi_, easy_));
+std::int32_t Exchange::prepare() {
+  const bool isBodyLarge = call_.postBody && call_.postBody->size() > kLargeBody;
+  const HeaderSources headers{call_.sessionHeaders, call_.request.obtainHeaderParams(), settings_.userAgent,
+                              call_.contentType, isBodyLarge};
+  auto& [url, lines] = lease_.obtainParts();
+  if (!lines.setOn(easy_, headers)) return CMRestCode::InvalidHeader;
+  if (!url.take(call_.request.obtainURL(), call_.request.obtainQueryParams())) return CMRestCode::InvalidURL;
+  if (!settings_.proxyURL.empty()) proxyURL_ = normalizeProxyURL(settings_.proxyURL);
+  if (!settings_.proxyURL.empty() && !proxyURL_) return CMRestCode::InvalidProxy;
+  url.setOn(easy_);
+  setCallbackData();
+  if (isCurlOnOurOpenSSL()) {
+    if (call_.isSecure) easy_.set(CURLOPT_SSL_CTX_DATA, &settings_.caFile);
+  } else if (!settings_.caFile.empty()) {
+    setTrustedFile(easy_, settings_.caFile.c_str());
   }
-  Attachment(const Attachment&) = delete;
-  Attachment& operator=(const Attachment&) = delete;
-
-  bool isAttached() const noexcept { return isAttached_; }
-
- private:
-  CURLM* multi_;
-  CURL* easy_;
-  bool isAttached_;
-};
-
-/// Drives the one transfer of the multi handle to its end. Nothing when it was cancelled on the way.
-std::optional<CURLcode> drive(const QXHTTPPoolCenter::Lease& lease) {
-  CURLM* const multi = lease.obtainConnections().multi.get();
-  int running = 1;
-  for (;;) {
-    if (lease.isCancelled()) return std::nullopt;
-    if (curl_multi_perform(multi, &running) != CURLM_OK) return CURLE_FAILED_INIT;
-    if (running == 0) break;
-    if (curl_multi_poll(multi, nullptr, 0, kPollMs, nullptr) != CURLM_OK) return CURLE_FAILED_INIT;
-  }
-  int waiting = 0;
-  const CURLMsg* const message = curl_multi_info_read(multi, &waiting);
-  return message != nullptr && message->msg == CURLMSG_DONE ? message->data.result : CURLE_FAILED_INIT;
+  if (proxyURL_) setProxy(*proxyURL_);
+  if (call_.postBody) setBody(*call_.postBody);
+  // What a proxy says unasked may lie decrypted in its own layer of TLS, where nobody sees it ahead of the next call.
+  const bool isTwiceInTLS = isSecureURL(call_.request.obtainURL()) && isSecureURL(settings_.proxyURL);
+  if (lease_.obtainConnection() == nullptr || isTwiceInTLS) easy_.set(CURLOPT_FORBID_REUSE, 1L);
+  return CMRestCode::Success;
 }
 
-// libcurl compares the names before it stores the verdict on the chain, which is unspecified until then.
-bool isChainTrusted(long verdict) { return verdict == X509_V_OK || verdict == X509_V_ERR_UNSPECIFIED; }
+TransferLoop::End Exchange::attempt() {
+  attempt_ = {};
+  const CallControl::Milliseconds left = control_.obtainMillisecondsLeft();
+  easy_.set(CURLOPT_CONNECTTIMEOUT_MS, left.toConnect);
+  easy_.set(CURLOPT_TIMEOUT_MS, left.inAll);
+  if (names_.obtainFound() != nullptr) easy_.set(CURLOPT_RESOLVE, names_.obtainFound());
+  attempt_.tls.control = &control_;
+  const TLSReporting reporting(attempt_.tls);
+  TransferLoop::End end{CURLE_FAILED_INIT};
+  {
+    KeptConnection::Loan loan(lease_.obtainConnection(), easy_, call_.isSecure, settings_.caFile);
+    // Without all its options nothing goes out, least of all past the connection of the pool.
+    if (easy_.isComplete()) end = lease_.obtainLoop().run(easy_, control_);
+    loan.noteKept(end.keptSocket);
+  }
+  if (attempt_.isConnectionSpoilt) lease_.obtainConnection()->close();
+  return end;
+}
 
-RestOutcome describe(const CurlEasy& easy, const Transfer& transfer, CURLcode result) {
+std::int32_t Exchange::lookUpNextName() {
+  if (!names_.isFilled()) {
+    const RestEndpoint proxy = proxyURL_ ? obtainProxyEndpoint(*proxyURL_) : RestEndpoint{};
+    names_.fill(lease_.obtainParts().url.obtainEndpoint(), proxyURL_ ? &proxy : nullptr);
+  }
+  return names_.lookUpNext();
+}
+
+/// Whether the reply came inside TLS all the way; a call may need TLS for a proxy alone, or for one that is bypassed.
+bool Exchange::isInsideTLS() const noexcept {
+  const char* const scheme = easy_.obtainInfo<const char*>(CURLINFO_SCHEME);
+  return scheme != nullptr && isSameIgnoringCase(scheme, "https");
+}
+
+RestOutcome Exchange::describe(CURLcode result) const {
   RestOutcome outcome;
-  outcome.hasProxy = transfer.hasProxy;
   outcome.result = result;
-  outcome.status = easy.obtainInfo<long>(CURLINFO_RESPONSE_CODE);
-  outcome.isConnected = easy.obtainInfo<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) > 0;
-  outcome.isChainTrusted = isChainTrusted(easy.obtainInfo<long>(CURLINFO_SSL_VERIFYRESULT)) &&
-                           isChainTrusted(easy.obtainInfo<long>(CURLINFO_PROXY_SSL_VERIFYRESULT));
-  outcome.hasReplyBegun = transfer.reply.hasBegun();
-  outcome.hasWholeHead = transfer.reply.hasWholeHead();
-  outcome.isWholePacking = transfer.reply.isWholePacking();
-  outcome.fault = transfer.reply.obtainFault();
+  outcome.status = easy_.obtainInfo<long>(CURLINFO_RESPONSE_CODE);
+  outcome.tunnelStatus = proxyURL_ ? easy_.obtainInfo<long>(CURLINFO_HTTP_CONNECTCODE) : 0;
+  outcome.hasProxy = proxyURL_.has_value();
+  outcome.isConnected = isConnected_;
+  outcome.isRestartRefused = isRestartRefused_;
+  outcome.isChainTrusted = result != CURLE_PEER_FAILED_VERIFICATION ||
+                           (isChainTrusted(easy_.obtainInfo<long>(CURLINFO_SSL_VERIFYRESULT)) &&
+                            isChainTrusted(easy_.obtainInfo<long>(CURLINFO_PROXY_SSL_VERIFYRESULT)));
+  outcome.isCertificateWanted = attempt_.tls.isCertificateWanted;
+  outcome.isCutOff = reply_.isEndedByClose() && isCurlOnOurOpenSSL() && !attempt_.tls.isEndTold && isInsideTLS();
+  outcome.hasReplyBegun = reply_.hasBegun();
+  outcome.hasWholeHead = reply_.hasWholeHead();
+  outcome.isWholePacking = reply_.isWholePacking();
+  outcome.fault = reply_.obtainFault();
   return outcome;
+}
+
+RestResult Exchange::finish(std::int32_t code) {
+  if (reply_.obtainFault() == ReplyFault::OutOfMemory) throw std::bad_alloc();
+  const bool isForWantOfDescriptors =
+      isOutOfDescriptors_ || ((code == CMRestCode::NameNotFound || code == CMRestCode::ProxyNameNotFound ||
+                               code == CMRestCode::CAFileUnreadable) &&
+                              !platform::hasFreeDescriptor());
+  if (isForWantOfDescriptors && !isConnected_) return {CMRestCode::OutOfDescriptors, {}};
+  const bool isWhole = code == CMRestCode::Success || code >= kFirstHTTPStatus;
+  return {code, isWhole ? reply_.releaseBody() : std::string()};
+}
+
+RestResult Exchange::run() {
+  if (const std::int32_t refusal = prepare(); refusal != CMRestCode::Success) return {refusal, {}};
+  for (;;) {
+    const TransferLoop::End end = attempt();
+    if (attempt_.stop == CallControl::Stop::None) attempt_.stop = attempt_.tls.stop;
+    if (attempt_.stop == CallControl::Stop::None && !end.result) attempt_.stop = control_.obtainStopFromOutside();
+    if (attempt_.stop != CallControl::Stop::None) return finish(CallControl::obtainCode(attempt_.stop));
+    if (attempt_.isConnectionSpoilt) continue;
+    if (!attempt_.isNameWanted) return finish(obtainRestCode(describe(*end.result)));
+    if (const std::int32_t code = lookUpNextName(); code != CMRestCode::Success) return finish(code);
+  }
 }
 
 }  // namespace
 
-bool initializeCurl() {
-  static const bool isInitialized = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-  return isInitialized;
+void freeKeyedList(curl_slist* list) noexcept {
+  for (curl_slist* one = list; one != nullptr; one = one->next) qxWipe(one->data, std::string_view(one->data).size());
+  curl_slist_free_all(list);
 }
 
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool) {
-  // The order is that of the ends: the transfer leaves the multi handle before either of them goes.
-  const QXHTTPPoolCenter::Lease lease(pool, settings.caFile);
-  KeptConnections& connections = lease.obtainConnections();
-  Transfer transfer(settings);
-  CurlEasy easy = makeHandle(connections);
-  const std::int32_t refusal = setRequest(easy, call, settings, connections);
-  if (refusal != CMRestCode::Success) return {refusal, {}};
-  setTimeLimits(easy, settings);
-  if (transfer.hasProxy) setProxy(easy, settings, connections.headers.obtainUserAgent());
-  setTransfer(easy, call, transfer);
-  if (!easy.isComplete()) return {CMRestCode::TransferFailed, {}};
-  connections.sockets.cutOffSpoilt();
-  const Attachment attachment(connections.multi.get(), easy.get());
-  if (!attachment.isAttached()) return {CMRestCode::TransferFailed, {}};
-
-  const std::optional<CURLcode> result = drive(lease);
-
-  if (transfer.reply.obtainFault() == ReplyFault::OutOfMemory) throw std::bad_alloc();
-  if (!result) return {CMRestCode::Cancelled, {}};
-  const std::int32_t code = obtainRestCode(describe(easy, transfer, *result));
-  const bool isWhole = code == CMRestCode::Success || code >= kFirstHTTPStatus;
-  return {code, isWhole ? transfer.reply.releaseBody() : std::string()};
+  std::optional<OpenSSLUse> use;
+  if (call.isSecure) use.emplace();
+  if (call.isSecure && hasOpenSSLEnded()) return {CMRestCode::ProcessEnding, {}};
+  QXHTTPPoolCenter::Lease lease(pool);
+  if (!lease.obtainLoop().isOpen()) return {CMRestCode::OutOfDescriptors, {}};
+  return Exchange(call, settings, lease).run();
 }
+
+}  // namespace qx

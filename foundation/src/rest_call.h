@@ -10,10 +10,13 @@
 #include "qx/rest_settings.h"
 #include "qx_http_pool_center.h"
 
+namespace qx {
+
 /// What is to be sent. Borrowed for the life of the call but for the body.
 struct RestCall {
   const CMRestRequest& request;
   const CMRestParamList& sessionHeaders;
+  bool isSecure;                             // whether TLS is needed, to the host or to the proxy
   std::string_view contentType = {};         // empty: none
   std::optional<std::string> postBody = {};  // a GET without it
 };
@@ -26,3 +29,5 @@ struct RestResult {
 /// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
 /// but `std::bad_alloc` is thrown.
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);
+
+}  // namespace qx

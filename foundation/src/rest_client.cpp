@@ -4,7 +4,6 @@
 #include <memory>
 #include <utility>
 
-#include "curl_handle.h"
 #include "qx/assertion.h"
 #include "qx/http_pool_center.h"
 #include "qx/rest_error.h"
@@ -12,6 +11,9 @@
 #include "rest_headers.h"
 #include "rest_services.h"
 #include "rest_url.h"
+#include "text_view.h"
+
+using namespace qx;
 
 namespace {
 
@@ -19,14 +21,7 @@ constexpr std::string_view kJsonContentType = "application/json";
 
 // Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
 bool areSendable(const CMRestParamList& query) {
-  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(param.second); });
-}
-
-/// The code of what is wrong with the call, as far as it shows before one is begun.
-std::int32_t check(const CMRestRequest& request, const CMRestGlobalSettings& settings) {
-  if (!areSendable(request.obtainQueryParams())) return CMRestCode::InvalidHeader;
-  if (!settings.proxyURL.empty() && !isProxyURL(settings.proxyURL)) return CMRestCode::InvalidProxy;
-  return CMRestCode::Success;
+  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(qxTrim(param.second)); });
 }
 
 class RestClient final : public ICSRestClient {
@@ -46,12 +41,12 @@ class RestClient final : public ICSRestClient {
 
  private:
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
-    if (!qxAssert(request != nullptr) || !initializeCurl()) return {CMRestCode::TransferFailed, {}};
-    const CMRestGlobalSettings& settings = obtainSettings();
-    const std::int32_t code = check(*request, settings);
-    if (code != CMRestCode::Success) return {code, {}};
+    if (!qxAssert(request != nullptr)) return {CMRestCode::TransferFailed, {}};
+    if (!areSendable(request->obtainQueryParams())) return {CMRestCode::InvalidHeader, {}};
     const CMRestParamList none;
-    const RestCall call{*request, session_ != nullptr ? session_->obtainHeaderParams() : none, contentType,
+    const CMRestGlobalSettings& settings = obtainSettings();
+    const RestCall call{*request, session_ != nullptr ? session_->obtainHeaderParams() : none,
+                        isSecureURL(request->obtainURL()) || isSecureURL(settings.proxyURL), contentType,
                         std::move(postBody)};
     return performRestCall(call, settings, obtainPool());
   }
@@ -84,8 +79,6 @@ class RestClientFactory final : public ICSRestClientFactory {
  public:
   ICSRestClient* createRestClient(ICSAppFactory* /*factory*/, const CMRestGlobalSettings* settings,
                                   CMRestSession* session) override {
-    // Calls find out whether it went well: a client is given in any case.
-    static_cast<void>(initializeCurl());
     return std::make_unique<RestClient>(settings, session).release();
   }
 };
@@ -95,7 +88,7 @@ class RestClientFactory final : public ICSRestClientFactory {
 ICSRestClient::~ICSRestClient() = default;
 ICSRestClientFactory::~ICSRestClientFactory() = default;
 
-ICSRestClientFactory* obtainRestClientFactoryInstance() {
+ICSRestClientFactory* qx::obtainRestClientFactoryInstance() {
   static RestClientFactory* const factory = std::make_unique<RestClientFactory>().release();
   return factory;
 }

@@ -10,6 +10,8 @@
 #include "rest_outcome.h"
 #include "rest_services.h"
 
+using namespace qx;
+
 namespace {
 
 struct Text {
@@ -50,6 +52,15 @@ constexpr std::array kSentences = {
     Text{CMRestCode::SendFailed, "The connection ended while the request was being sent; try again."},
     Text{CMRestCode::HeadersTooLarge, "The headers of the server's answer are larger than the settings allow."},
     Text{CMRestCode::InvalidProxy, "The proxy's address is no valid http or https URL; check the proxy settings."},
+    Text{CMRestCode::OutOfDescriptors,
+         "The program has too many files and connections open to make another one; close some or raise its limit."},
+    Text{CMRestCode::LookupUnavailable,
+         "The host's name could not be looked up, because the program has too many threads or lookups under way; try "
+         "again later."},
+    Text{CMRestCode::ClientCertificateWanted,
+         "The server asked for a client certificate, which this program cannot give, and ended the connection; use an "
+         "address that needs none."},
+    Text{CMRestCode::ProcessEnding, "The program is ending, so nothing is sent any more."},
     Text{CMRestCode::TransferFailed, "The request failed in the transfer; try again."},
 };
 constexpr std::string_view kUnknownCode = "The request failed for an unknown reason.";
@@ -107,6 +118,9 @@ constexpr std::array kReasons = {
     Text{511, "Network Authentication Required"},
 };
 
+// CURLE_TOO_LARGE, which libcurl has since 8.6.
+constexpr auto kTooLarge = static_cast<CURLcode>(100);
+
 // Those of libcurl's codes that say enough by themselves.
 constexpr std::array kPlainCodes = {
     std::pair{CURLE_URL_MALFORMAT, CMRestCode::InvalidURL},
@@ -120,6 +134,7 @@ constexpr std::array kPlainCodes = {
     // The URL's protocol was checked before, so this is a reply in HTTP 0.9.
     std::pair{CURLE_UNSUPPORTED_PROTOCOL, CMRestCode::MalformedReply},
     std::pair{CURLE_WEIRD_SERVER_REPLY, CMRestCode::MalformedReply},
+    std::pair{CURLE_BAD_FUNCTION_ARGUMENT, CMRestCode::MalformedReply},  // a header that it cannot take apart
     std::pair{CURLE_BAD_CONTENT_ENCODING, CMRestCode::MalformedReply},
     std::pair{CURLE_PROXY, CMRestCode::ProxyRefused},
     std::pair{CURLE_SEND_ERROR, CMRestCode::SendFailed},
@@ -164,14 +179,21 @@ std::int32_t obtainStatusCode(const RestOutcome& outcome) noexcept {
   // libcurl is content with a reply that ends between two of its headers or behind a preliminary one, and
   // doesn't know about the packing.
   if (!outcome.hasWholeHead || outcome.status < 200 || !outcome.isWholePacking) return CMRestCode::ClosedInsideReply;
-  // Behind a version of one digit, "HTTP/2 2000", libcurl takes any number for the status.
-  if (outcome.status > kLastHTTPStatus) return CMRestCode::MalformedReply;
+  const bool hasBody = outcome.status != 204 && outcome.status != 304;
+  if (hasBody && outcome.isCutOff) return CMRestCode::ClosedInsideReply;
   return outcome.status < 300 ? std::int32_t{CMRestCode::Success} : static_cast<std::int32_t>(outcome.status);
 }
 
 std::int32_t obtainReceiveCode(const RestOutcome& outcome) noexcept {
   if (outcome.hasProxy && !outcome.isConnected) return CMRestCode::ProxyRefused;
   return outcome.hasReplyBegun ? CMRestCode::ClosedInsideReply : CMRestCode::ClosedBeforeReply;
+}
+
+// A server of TLS 1.3 that misses the client's certificate says so when the request is already under way.
+bool isBrokenOff(CURLcode result) noexcept {
+  constexpr std::array kCodes = {CURLE_SSL_CONNECT_ERROR, CURLE_SSL_CLIENTCERT, CURLE_SEND_ERROR, CURLE_RECV_ERROR,
+                                 CURLE_GOT_NOTHING};
+  return std::find(kCodes.begin(), kCodes.end(), result) != kCodes.end();
 }
 
 std::int32_t obtainFaultCode(ReplyFault fault) noexcept {
@@ -184,12 +206,20 @@ std::int32_t obtainFaultCode(ReplyFault fault) noexcept {
 ICSErrorTranslator::~ICSErrorTranslator() = default;
 ICSErrorService::~ICSErrorService() = default;
 
-ICSErrorService* obtainErrorServiceInstance() {
+ICSErrorService* qx::obtainErrorServiceInstance() {
   static ErrorService* const service = std::make_unique<ErrorService>().release();
   return service;
 }
 
-std::int32_t obtainRestCode(const RestOutcome& outcome) noexcept {
+std::int32_t qx::obtainRestCode(const RestOutcome& outcome) noexcept {
+  // What libcurl calls a reply that was given up depends on where it was and on the release.
+  if (outcome.fault != ReplyFault::None) return obtainFaultCode(outcome.fault);
+  // A kept connection died before a reply had begun.
+  if (outcome.isRestartRefused) return CMRestCode::ClosedBeforeReply;
+  if (outcome.isCertificateWanted && !outcome.hasReplyBegun && isBrokenOff(outcome.result)) {
+    return CMRestCode::ClientCertificateWanted;
+  }
+  if (outcome.tunnelStatus >= 300 && !outcome.isConnected) return CMRestCode::ProxyRefused;
   switch (outcome.result) {
     case CURLE_OK:
       return obtainStatusCode(outcome);
@@ -197,15 +227,13 @@ std::int32_t obtainRestCode(const RestOutcome& outcome) noexcept {
       return outcome.isConnected ? CMRestCode::RequestTimedOut : CMRestCode::ConnectTimedOut;
     case CURLE_PEER_FAILED_VERIFICATION:
       return outcome.isChainTrusted ? CMRestCode::CertificateName : CMRestCode::UnknownAuthority;
-    case CURLE_ABORTED_BY_CALLBACK:  // a kept connection died before a reply had begun, and a body is not sent twice
-      return CMRestCode::ClosedBeforeReply;
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
     case CURLE_RECV_ERROR:
       return obtainReceiveCode(outcome);
-    case CURLE_WRITE_ERROR:
-      return obtainFaultCode(outcome.fault);
-    case CURLE_OUT_OF_MEMORY:  // that is also what libcurl calls a single header of more than 100 kB
+    case kTooLarge:
+      return CMRestCode::HeadersTooLarge;
+    case CURLE_OUT_OF_MEMORY:  // that is also what libcurl before 8.6 calls a single header of more than 100 kB
       return outcome.isConnected && !outcome.hasWholeHead ? CMRestCode::HeadersTooLarge : CMRestCode::TransferFailed;
     default:
       const auto* const found = std::find_if(kPlainCodes.begin(), kPlainCodes.end(),

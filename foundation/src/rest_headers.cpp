@@ -4,8 +4,10 @@
 #include <new>
 #include <string>
 
-#include "qx/text.h"
+#include "qx/secret.h"
 #include "text_view.h"
+
+namespace qx {
 
 namespace {
 
@@ -31,8 +33,11 @@ bool hasHeader(const CMRestParamList& headers, std::string_view name) noexcept {
 }
 
 void appendLine(CurlList& lines, std::string_view name, std::string_view separator, std::string_view value) {
-  const std::string line = std::string(name).append(separator).append(value);
+  std::string line;
+  line.reserve(name.size() + separator.size() + value.size());
+  line.append(name).append(separator).append(value);
   curl_slist* const longer = curl_slist_append(lines.get(), line.c_str());
+  qxWipe(line);
   if (longer == nullptr) throw std::bad_alloc();
   static_cast<void>(lines.release());  // it is part of the longer one
   lines.reset(longer);
@@ -42,9 +47,31 @@ bool appendHeader(CurlList& lines, std::string_view name, std::string_view value
   name = qxTrim(name);
   value = qxTrim(value);
   if (!isHeaderName(name) || !isHeaderValue(value)) return false;
-  // Behind a bare colon libcurl understands that the header is not wanted; an empty one is written like this.
+  // After a bare colon libcurl understands that the header is not wanted; an empty one is written like this.
   appendLine(lines, name, value.empty() ? ";" : ": ", value);
   return true;
+}
+
+/// Null when a name or a value may not stand in a header.
+CurlList makeLines(const HeaderSources& sources) {
+  if (!isHeaderValue(qxTrim(sources.userAgent))) return nullptr;
+  CurlList lines;
+  for (const auto& [name, value] : sources.session) {
+    if (!hasHeader(sources.request, qxTrim(name)) && !appendHeader(lines, name, value)) return nullptr;
+  }
+  for (const auto& [name, value] : sources.request) {
+    if (!appendHeader(lines, name, value)) return nullptr;
+  }
+  const auto appendOwn = [&](std::string_view name, std::string_view value) {
+    if (hasHeader(sources.session, name) || hasHeader(sources.request, name)) return;
+    appendLine(lines, name, value.empty() ? ":" : ": ", value);
+  };
+  appendOwn("User-Agent", sources.userAgent.empty() ? kDefaultUserAgent : qxTrim(sources.userAgent));
+  appendOwn("Accept-Encoding", "gzip");
+  appendOwn("Content-Type", sources.contentType);
+  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
+  if (sources.isBodyLarge) appendLine(lines, "Expect", ":", "");
+  return lines;
 }
 
 }  // namespace
@@ -61,44 +88,30 @@ bool isHeaderValue(std::string_view value) noexcept {
   });
 }
 
-bool RestHeaders::areMadeOf(const HeaderSources& sources) const {
-  return session_ == sources.session && request_ == sources.request && userAgent_ == sources.userAgent &&
-         contentType_ == sources.contentType && isBodyLarge_ == sources.isBodyLarge;
+std::string obtainSentUserAgent(const std::string& userAgent) {
+  if (userAgent.empty()) return std::string(kDefaultUserAgent);
+  return isHeaderValue(qxTrim(userAgent)) ? std::string(qxTrim(userAgent)) : std::string();
 }
 
-CurlList RestHeaders::make(const HeaderSources& sources) {
-  session_ = sources.session;
-  request_ = sources.request;
-  userAgent_ = sources.userAgent;
-  contentType_ = sources.contentType;
-  isBodyLarge_ = sources.isBodyLarge;
-  sentUserAgent_ = userAgent_.empty() ? std::string(kDefaultUserAgent) : qxTrimAsString(userAgent_);
-  if (!isHeaderValue(sentUserAgent_)) return nullptr;
+RestHeaders::~RestHeaders() { clear(); }
 
-  CurlList lines;
-  for (const auto& [name, value] : session_) {
-    if (!hasHeader(request_, qxTrim(name)) && !appendHeader(lines, name, value)) return nullptr;
+void RestHeaders::clear() noexcept {
+  lines_.reset();
+  for (CMRestParamList* const headers : {&session_, &request_}) {
+    qxWipe(*headers);
+    headers->clear();
   }
-  for (const auto& [name, value] : request_) {
-    if (!appendHeader(lines, name, value)) return nullptr;
-  }
-  const auto appendOwn = [&](std::string_view name, std::string_view value) {
-    if (hasHeader(session_, name) || hasHeader(request_, name)) return;
-    appendLine(lines, name, value.empty() ? ":" : ": ", value);
-  };
-  appendOwn("User-Agent", sentUserAgent_);
-  appendOwn("Accept-Encoding", "gzip");
-  appendOwn("Content-Type", contentType_);
-  // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
-  if (isBodyLarge_) appendLine(lines, "Expect", ":", "");
-  return lines;
 }
 
 bool RestHeaders::setOn(CurlEasy& easy, const HeaderSources& sources) {
-  if (!lines_ || !areMadeOf(sources)) {
-    lines_.reset();  // none are taken for another's should memory run out
-    lines_ = make(sources);
+  auto own = std::tie(session_, request_, userAgent_, contentType_, isBodyLarge_);
+  if (!lines_ || own != sources.asTuple()) {
+    clear();  // none are taken for another's should memory run out
+    own = sources.asTuple();
+    lines_ = makeLines(sources);
   }
   easy.set(CURLOPT_HTTPHEADER, lines_.get());
   return lines_ != nullptr;
 }
+
+}  // namespace qx

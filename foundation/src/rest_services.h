@@ -4,5 +4,9 @@
 class ICSErrorService;
 class ICSRestClientFactory;
 
+namespace qx {
+
 ICSErrorService* obtainErrorServiceInstance();
 ICSRestClientFactory* obtainRestClientFactoryInstance();
+
+}  // namespace qx

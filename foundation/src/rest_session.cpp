@@ -6,6 +6,8 @@
 #include "qx/text.h"
 #include "rest_headers.h"
 
+using namespace qx;
+
 CMRestSession::~CMRestSession() { qxWipe(headers_); }
 
 void CMRestSession::setAuthorizationHeaderValue(std::string_view value) { addHeaderParam("Authorization", value); }

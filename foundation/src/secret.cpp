@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
 #include "number_text.h"
 #include "text_view.h"
+#include "wipe.h"
 
 namespace {
 
@@ -67,11 +69,18 @@ std::string qxMaskSecret(std::string_view text, std::string_view secret) {
   return masked.append(text.substr(copied));
 }
 
+// The compiler cannot tell what this points at, and so may not leave the call out.
+void qxWipe(char* begin, std::size_t size) noexcept {
+  static void* (*const volatile overwrite)(void*, int, std::size_t) = std::memset;
+  overwrite(begin, 0, size);
+}
+
 void qxWipe(std::string& text) noexcept {
+  // It may have been longer once.
+  const std::size_t size = text.size();
+  if (size == 0 && text.capacity() <= std::string().capacity()) return;
   text.resize(text.capacity());
-  // Nobody reads these bytes again, and a compiler that sees it leaves out what isn't volatile.
-  volatile char* const bytes = text.data();
-  for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = 0;
+  qxWipe(text.data(), size);
   text.clear();
 }
 

@@ -24,7 +24,7 @@
 //
 // Threads: every operation runs on the caller's thread; `addMessage` and `obtainAvailableModels` block it until the
 // provider has answered. One thread at a time may use an assistant, its properties and its memory; different
-// assistants are independent of each other. The library starts no thread; libcurl looks names up on one of its own.
+// assistants are independent of each other. The library starts no thread; libqx looks names up on a few of its own.
 //
 // Failures arrive as a text for the user, never as an exception. The library itself throws `std::bad_alloc` and, from
 // `updateProperties` with an empty function, `std::bad_function_call`; what a host's own function or memory throws

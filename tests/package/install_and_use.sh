@@ -1,23 +1,25 @@
 #!/usr/bin/env bash
-# install_and_use.sh SOURCE BUILD CXX: installs the built project into an empty prefix, builds the smallest host
-# against it from outside the tree, and lets it ask the installed stand-in.
+# install_and_use.sh BUILD HOST CXX [STANDIN]: installs a built project into an empty prefix, builds a host, a folder
+# whose program has its name, against it from outside the tree, and lets it ask the stand-in, the installed one unless
+# told otherwise.
 set -euo pipefail
-source=$1 build=$2 compiler=$3
+build=$1 host=$2 compiler=$3
 
 work=$(mktemp -d)
 standin=
 trap '[ -z "$standin" ] || kill "$standin" || true; rm -rf "$work"' EXIT
 
 cmake --install "$build" --prefix "$work/prefix" > "$work/install.log"
-cp -r "$source/examples/smallest_host" "$work/host"
+cp -r "$host" "$work/host"
 cmake -S "$work/host" -B "$work/host/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-  -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${HOST_CXX_FLAGS:-}" > "$work/configure.log"
+  -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${HOST_CXX_FLAGS:-}" \
+  -DBOOST_INCLUDE_DIR="${HOST_BOOST_INCLUDE_DIR:-}" > "$work/configure.log"
 cmake --build "$work/host/build" > "$work/build.log" || { cat "$work/build.log"; exit 1; }
 
 mkfifo "$work/url"
-"$work/prefix/bin/zea-standin" > "$work/url" &
+"${4:-$work/prefix/bin/zea-standin}" > "$work/url" &
 standin=$!
 read -r url < "$work/url"
-answer=$("$work/host/build/smallest_host" "$url" "How many orders are open?")
+answer=$("$work/host/build/$(basename "$host")" "$url" "How many orders are open?")
 printf '%s\n' "$answer"
 grep -q 'orders' <<< "$answer"

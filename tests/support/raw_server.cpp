@@ -48,6 +48,23 @@ class RawChannel {
     }
     return true;
   }
+  bool send(RawFlood kind) const {
+    const std::lock_guard lock(mutex_);
+    BIO* const wire = SSL_get_wbio(ssl_);
+    BIO* const batch = BIO_new(BIO_s_mem());  // many at a time, so that the client cannot keep up with them
+    BIO_up_ref(wire);
+    SSL_set0_wbio(ssl_, batch);
+    for (int i = 0; i < 256; ++i) {
+      kind == RawFlood::Tickets ? SSL_new_session_ticket(ssl_) : SSL_key_update(ssl_, SSL_KEY_UPDATE_NOT_REQUESTED);
+      if (SSL_do_handshake(ssl_) != 1) break;
+    }
+    char* bytes = nullptr;
+    const long size = BIO_get_mem_data(batch, &bytes);
+    const bool isSent = BIO_write(wire, bytes, static_cast<int>(size)) == size;
+    SSL_set0_wbio(ssl_, wire);
+    return isSent;
+  }
+  void hold(int isOn) const { ::setsockopt(socket_, IPPROTO_TCP, TCP_CORK, &isOn, sizeof(isOn)); }
   bool hasPending() const {
     const std::lock_guard lock(mutex_);
     return ssl_ != nullptr && SSL_pending(ssl_) > 0;
@@ -122,6 +139,11 @@ void RawServer::waitForClosed(std::size_t count) {
   changed_.wait(lock, [this, count] { return closedCount_ >= count; });
 }
 
+void RawServer::waitForRepeats(std::size_t count) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this, count] { return repeatCount_ >= count || closedCount_ > 0; });
+}
+
 void RawServer::say(const std::string& bytes) {
   // The client may have the whole reply before the thread that sends it knows.
   std::unique_lock lock(mutex_);
@@ -170,25 +192,39 @@ void RawServer::talk(RawChannel& channel, const RawConnection& connection) {
   const std::size_t stride = connection.isByteByByte ? 1 : std::string::npos;
   for (const std::string& reply : connection.replies) {
     if (!readRequest(channel, received, connection.isEarly)) return;
-    for (std::size_t sent = 0; sent < reply.size(); sent += std::min(stride, reply.size() - sent)) {
-      if (!channel.send(std::string_view(reply).substr(sent, stride))) return;
+    if (connection.isInRecords) channel.hold(1);
+    for (std::size_t sent = 0; sent < reply.size();) {
+      const std::size_t size =
+          connection.isInRecords ? reply.find('|', sent) - sent : std::min(stride, reply.size() - sent);
+      if (!channel.send(std::string_view(reply).substr(sent, size))) return;
+      sent += size + (connection.isInRecords ? 1 : 0);
     }
+    if (connection.isInRecords) channel.hold(0);
     const std::lock_guard lock(mutex_);
     isReplying_ = false;
     changed_.notify_all();
   }
-  while (!connection.repeated.empty() && !isReadable(stop_, POLLIN, connection.isSlow ? kPauseMs : 0)) {
-    if (!channel.send(connection.repeated)) return;
-  }
+  if (connection.flood != RawFlood::None || !connection.repeated.empty()) repeat(channel, connection);
   finish(channel, connection.end);
+}
+
+void RawServer::repeat(const RawChannel& channel, const RawConnection& connection) {
+  // The client is to have done with the reply.
+  for (int pause = kPauseMs; !isReadable(stop_, POLLIN, pause); pause = connection.isSlow ? kPauseMs : 0) {
+    const bool isFlood = connection.flood != RawFlood::None;
+    if (!(isFlood ? channel.send(connection.flood) : channel.send(connection.repeated))) return;
+    const std::lock_guard lock(mutex_);
+    ++repeatCount_;
+    changed_.notify_all();
+  }
 }
 
 void RawServer::finish(const RawChannel& channel, RawEnd end) const {
   constexpr linger kThrowAway = {1, 0};
   if (end == RawEnd::Close || end == RawEnd::Drain) channel.sayGoodbye();
-  if (end == RawEnd::Drain) ::shutdown(channel.socket(), SHUT_WR);
+  if (end == RawEnd::Drain || end == RawEnd::Half) ::shutdown(channel.socket(), SHUT_WR);
   if (end == RawEnd::Reset) ::setsockopt(channel.socket(), SOL_SOCKET, SO_LINGER, &kThrowAway, sizeof(kThrowAway));
-  if (end == RawEnd::Deaf) static_cast<void>(isReadable(stop_, POLLIN));
+  if (end == RawEnd::Deaf || end == RawEnd::Half) static_cast<void>(isReadable(stop_, POLLIN));
   const bool isListening = end == RawEnd::Silent || end == RawEnd::Drain;
   std::array<char, 65536> ignored{};
   while (isListening && isReadable(channel.socket(), POLLIN)) {

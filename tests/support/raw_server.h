@@ -24,17 +24,23 @@ enum class RawEnd {
   Silent,  // nothing more is said until the client closes
   Deaf,    // nothing more is said or read until this server goes
   Drain,   // nothing more is said, and all is read until the client closes
+  Half,    // nothing more is said, which the client is told, or read until this server goes
 };
+
+/// Messages of TLS itself that a server may send at any time, from 1.3 on.
+enum class RawFlood { None, KeyUpdates, Tickets };
 
 /// What becomes of one connection: a reply to each request in turn, of any bytes or none, and then the end.
 struct RawConnection {
   std::vector<std::string> replies;
   RawEnd end = RawEnd::Close;
-  std::string repeated = {};     // sent behind the replies, until the client has had enough
-  bool isSlow = false;           // with a pause between
-  bool isByteByByte = false;     // a reply's bytes are sent one at a time
-  bool isEarly = false;          // a request is replied to as soon as its head is there; its body isn't read
-  std::string tunnelReply = {};  // to a first request in plain text, before TLS begins
+  std::string repeated = {};        // sent behind the replies, until the client has had enough
+  bool isSlow = false;              // with a pause between
+  bool isByteByByte = false;        // a reply's bytes are sent one at a time
+  bool isEarly = false;             // a request is replied to as soon as its head is there; its body isn't read
+  std::string tunnelReply = {};     // to a first request in plain text, before TLS begins
+  bool isInRecords = false;         // a reply is sent at once, but in pieces that end with "|"; each is a record of TLS
+  RawFlood flood = RawFlood::None;  // in place of `repeated`
 };
 
 /// Serves from construction to destruction, the connections by the script in the order of their arrival. One beyond the
@@ -56,13 +62,18 @@ class RawServer {
   /// Wait until that many requests have been read, that many connections been closed by this side.
   void waitForRequests(std::size_t count);
   void waitForClosed(std::size_t count);
+  /// Waits until `repeated`, or a message of the flood, has been sent that many times or a connection been closed.
+  void waitForRepeats(std::size_t count);
   /// Sends more to the client that connected last, whose connection is silent by now.
   void say(const std::string& bytes);
+  /// To be changed before a client comes; null in plain.
+  SSL_CTX* context() { return context_.get(); }
 
  private:
   void run(const std::vector<RawConnection>& script);
   void serve(int client, const RawConnection& connection);
   void talk(RawChannel& channel, const RawConnection& connection);
+  void repeat(const RawChannel& channel, const RawConnection& connection);
   bool readRequest(const RawChannel& channel, std::string& received, bool isHeadEnough);
   void finish(const RawChannel& channel, RawEnd end) const;
   bool isReadable(int socket, short events, int milliseconds = -1) const;
@@ -73,6 +84,7 @@ class RawServer {
   RawChannel* latest_ = nullptr;
   bool isReplying_ = false;
   std::size_t closedCount_ = 0;
+  std::size_t repeatCount_ = 0;
   std::shared_ptr<SSL_CTX> context_;
   int listener_ = -1;
   int stop_ = -1;

@@ -19,6 +19,7 @@ namespace {
 std::shared_ptr<EVP_PKEY> makeKey() { return {EVP_EC_gen("P-256"), EVP_PKEY_free}; }
 
 constexpr std::string_view kAuthorityName = "Test Authority";
+constexpr std::string_view kCommonName = "CN:";
 
 void addExtension(X509* certificate, int kind, const std::string& value) {
   const std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> extension(
@@ -63,9 +64,11 @@ std::string printCertificate(X509* certificate) {
 standin::TlsIdentity makeIdentity(const std::string& subjectName, Validity validity, X509* issuer,
                                   EVP_PKEY* issuerKey) {
   const std::shared_ptr<EVP_PKEY> key = makeKey();
-  const std::shared_ptr<X509> certificate = makeCertificate(key.get(), "Test Server", validity);
+  const bool isPlainName = subjectName.rfind(kCommonName, 0) == 0;
+  const std::shared_ptr<X509> certificate =
+      makeCertificate(key.get(), isPlainName ? subjectName.substr(kCommonName.size()) : "Test Server", validity);
   if (issuer != nullptr) X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuer));
-  addExtension(certificate.get(), NID_subject_alt_name, subjectName);
+  if (!isPlainName) addExtension(certificate.get(), NID_subject_alt_name, subjectName);
   X509_sign(certificate.get(), issuer != nullptr ? issuerKey : key.get(), EVP_sha256());
   const std::string privateKey = printPEM([&key](BIO* target) {
     return PEM_write_bio_PrivateKey(target, key.get(), nullptr, nullptr, 0, nullptr, nullptr);

@@ -23,7 +23,8 @@ class TestAuthority {
   TestAuthority(const TestAuthority&) = delete;
   TestAuthority& operator=(const TestAuthority&) = delete;
 
-  /// A server's identity, signed by this authority. The name is in OpenSSL's notation, such as "IP:127.0.0.1".
+  /// A server's identity, signed by this authority. The name is in OpenSSL's notation, such as "IP:127.0.0.1"; one such
+  /// as "CN:host.test" becomes the subject's, and there is no alternative name.
   standin::TlsIdentity issue(const std::string& subjectName, Validity validity = {}) const;
   /// A server's identity that nobody but itself has signed.
   static standin::TlsIdentity signItself(const std::string& subjectName);

@@ -8,14 +8,17 @@
 
 /// Keeps connections to servers open, so that the next call need not connect again. Serves one call at a time; a
 /// second one at the same time is safe, but makes a connection of its own. Nothing is shared between two pools but
-/// the certificates that the process trusts. After a fork it stays the parent's: the child neither uses nor deletes it.
+/// the certificates that the process trusts and, for a minute, the addresses of names. While no call is running it
+/// keeps one connection, and so one descriptor. After a fork it stays the parent's: the child neither uses nor deletes
+/// it.
 class QX_API ICSHTTPPoolCenter {
  public:
   virtual ~ICSHTTPPoolCenter();
 };
 
 /// Ends the call that is running through a pool, from any thread. The call comes back at once with
-/// `CMRestCode::Cancelled`; when none is running, nothing happens, and later calls are not affected.
+/// `CMRestCode::Cancelled`; when none is running, nothing happens, and later calls are not affected. A message of
+/// an assistant counts as a whole, from the making of its text on.
 class QX_API QXCancelSource {
  public:
   QXCancelSource();
@@ -23,13 +26,30 @@ class QX_API QXCancelSource {
   QXCancelSource(const QXCancelSource&) = delete;
   QXCancelSource& operator=(const QXCancelSource&) = delete;
 
-  /// Any thread, at any time, also while the pool is being destroyed or after it is gone.
+  /// Any thread, at any time, also while the pool is being destroyed or after it is gone, and in a signal handler.
   void cancel() noexcept;
 
  private:
   friend class QXHTTPPoolCenter;
   struct State;
   std::unique_ptr<State> state_;
+};
+
+class QXHTTPPoolCenter;
+
+/// Something longer than a call that a cancel ends too: while it lives, a cancel counts for the next call through the
+/// pool as well, if none is running yet. Scopes may stand within each other. Used by the thread that makes the calls.
+class QX_API QXCancelScope {
+ public:
+  /// `pool`: not owned, must outlive this object. Null, a pool without a cancel source and one that
+  /// `createHTTPPoolCenter` did not make: nothing happens.
+  explicit QXCancelScope(ICSHTTPPoolCenter* pool) noexcept;
+  ~QXCancelScope();
+  QXCancelScope(const QXCancelScope&) = delete;
+  QXCancelScope& operator=(const QXCancelScope&) = delete;
+
+ private:
+  QXHTTPPoolCenter* pool_;
 };
 
 namespace QX {

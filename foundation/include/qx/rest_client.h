@@ -14,7 +14,7 @@ class ICSAppFactory;
 /// Makes calls: one after the other, on the caller's thread, which is blocked until the call has ended. Redirects are
 /// not followed, a POST is sent once and never again, certificates are always verified. No environment variable and no
 /// configuration file decides on proxy, credentials or trust; what OpenSSL and the C library's resolver read for
-/// themselves is theirs. libcurl looks a name up on a thread of its own.
+/// themselves is theirs. Names are looked up on threads of libqx, eight at most.
 class QX_API ICSRestClient {
  public:
   virtual ~ICSRestClient();

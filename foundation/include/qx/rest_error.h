@@ -11,27 +11,31 @@
 namespace CMRestCode {
 enum : std::int32_t {
   Success = 0,
-  InvalidURL = 1,          // empty, unreadable, or of a scheme other than http and https
-  InvalidHeader = 2,       // a control character, such as a line break, inside a header or a query parameter
-  NameNotFound = 3,        // the host's name could not be resolved
-  ProxyNameNotFound = 4,   // the proxy's name could not be resolved
-  ConnectionRefused = 5,   // nothing listens there, or host or proxy cannot be reached
-  ConnectTimedOut = 6,     // no connection within `connectTimeoutMs`
-  RequestTimedOut = 7,     // no whole reply within `requestTimeoutMs`
-  UnknownAuthority = 8,    // the certificate is signed by nobody who is trusted, or is out of date
-  CertificateName = 9,     // the certificate is for another name
-  TLSFailed = 10,          // no common version, broken handshake
-  CAFileUnreadable = 11,   // `caFile` names no readable PEM file
-  ClosedBeforeReply = 12,  // the connection ended before a reply had begun
-  ClosedInsideReply = 13,  // the connection ended, or the reply broke off, inside the reply
-  MalformedReply = 14,     // what came is no HTTP, or is packed in a damaged way
-  ReplyTooLarge = 15,      // more than `maxResponseBytes`, as a text or as JSON values
-  Cancelled = 16,          // `QXCancelSource::cancel`
-  ProxyRefused = 17,       // the proxy did not open the way
-  SendFailed = 18,         // the request could not be sent whole
-  TransferFailed = 19,     // everything else
-  HeadersTooLarge = 20,    // more than `maxHeaderBytes`
-  InvalidProxy = 21,       // `proxyURL` is unreadable, or of a scheme other than http and https
+  InvalidURL = 1,                // empty, unreadable, or of a scheme other than http and https
+  InvalidHeader = 2,             // a control character, such as a line break, inside a header or a query parameter
+  NameNotFound = 3,              // the host's name could not be resolved
+  ProxyNameNotFound = 4,         // the proxy's name could not be resolved
+  ConnectionRefused = 5,         // nothing listens there, or host or proxy cannot be reached
+  ConnectTimedOut = 6,           // no connection within `connectTimeoutMs`
+  RequestTimedOut = 7,           // no whole reply within `requestTimeoutMs`
+  UnknownAuthority = 8,          // the certificate is signed by nobody who is trusted, or is out of date
+  CertificateName = 9,           // the certificate is for another name
+  TLSFailed = 10,                // no common version, broken handshake
+  CAFileUnreadable = 11,         // `caFile` names no readable PEM file
+  ClosedBeforeReply = 12,        // the connection ended before a reply had begun
+  ClosedInsideReply = 13,        // the connection ended, or the reply broke off, inside the reply
+  MalformedReply = 14,           // what came is no HTTP, or is packed in a damaged way
+  ReplyTooLarge = 15,            // more than `maxResponseBytes`, as a text or as JSON values
+  Cancelled = 16,                // `QXCancelSource::cancel`
+  ProxyRefused = 17,             // the proxy did not open the way
+  SendFailed = 18,               // the request could not be sent whole
+  TransferFailed = 19,           // everything else
+  HeadersTooLarge = 20,          // more than `maxHeaderBytes`
+  InvalidProxy = 21,             // `proxyURL` is unreadable, or of a scheme other than http and https
+  OutOfDescriptors = 22,         // the process has as many files and connections open as it may
+  LookupUnavailable = 23,        // the host's name could not be looked up for want of a thread, or too many were
+  ClientCertificateWanted = 24,  // the server asks for a certificate of the client's, and there is none
+  ProcessEnding = 25,            // the process is ending: OpenSSL has been cleaned up
 };
 }  // namespace CMRestCode
 

@@ -26,9 +26,8 @@ class QX_API CMRestRequest {
 
   /// The whole URL, http or https. What may not stand in a URL is percent-encoded when it is sent.
   void setURL(std::string url);
-  /// Adds query parameters behind those of the URL. Both sides are percent-encoded when they are sent, and
-  /// nothing is trimmed. A control character other than a tab in a value, at its ends too, makes the call fail before
-  /// it is sent.
+  /// Adds query parameters after those of the URL. Both sides are percent-encoded when they are sent, and
+  /// nothing is trimmed. A control character inside a value, other than a tab, makes the call fail before it is sent.
   void addQueryParams(CMRestParamList params);
   /// Adds headers for this call. One that the session has too replaces the session's.
   void addHeaderParams(CMRestParamList params);

@@ -1,0 +1,153 @@
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <new>
+
+#include "platform.h"
+
+namespace qx::platform {
+
+Socket openSocket(int family, int kind, int protocol) noexcept {
+  return ::socket(family, kind | SOCK_CLOEXEC, protocol);
+}
+
+bool hasFreeDescriptor() noexcept {
+  const Socket socket = openSocket(AF_INET, SOCK_STREAM, 0);
+  if (socket == kNoSocket) return errno != EMFILE && errno != ENFILE;
+  ::close(socket);
+  return true;
+}
+
+std::array<Socket, 2> guessNextDescriptors() noexcept {
+  const std::array<Socket, 2> next{::eventfd(0, EFD_CLOEXEC), ::eventfd(0, EFD_CLOEXEC)};
+  for (const Socket descriptor : next) ::close(descriptor);
+  return next;
+}
+
+int countLocalBytes(Socket socket) noexcept {
+  int domain = 0;
+  socklen_t size = sizeof(domain);
+  int unread = 0;
+  int unsent = 0;
+  const bool isLocal = ::getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX &&
+                       ::ioctl(socket, FIONREAD, &unread) == 0 && ::ioctl(socket, SIOCOUTQ, &unsent) == 0;
+  return isLocal ? unread + unsent : -1;
+}
+
+// It fails for a descriptor that another thread has just closed.
+void closeOnExec(Socket socket) noexcept { static_cast<void>(::fcntl(socket, F_SETFD, FD_CLOEXEC)); }
+
+Unread peek(Socket socket) noexcept {
+  char byte = 0;
+  const ssize_t size = ::recv(socket, &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
+  if (size > 0) return Unread::Bytes;
+  return size < 0 && (errno == EAGAIN || errno == EINTR) ? Unread::Nothing : Unread::End;
+}
+
+Waker::Waker() noexcept : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+Waker::~Waker() {
+  if (isOpen()) ::close(descriptor_);
+}
+
+void Waker::wake() noexcept {
+  const int before = errno;  // a signal handler leaves it as it was
+  const std::uint64_t one = 1;
+  // It fails only where the count is full, and then the other thread is woken anyway.
+  static_cast<void>(!::write(descriptor_, &one, sizeof(one)));
+  errno = before;
+}
+
+void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
+  constexpr std::size_t kUsual = 4;
+  std::array<pollfd, kUsual> few{};
+  std::vector<pollfd> many;
+  if (sockets.size() + 1 > kUsual) many.resize(sockets.size() + 1);
+  pollfd* const polled = many.empty() ? few.data() : many.data();
+  polled[0] = {waker.descriptor_, POLLIN, 0};
+  for (std::size_t i = 0; i < sockets.size(); ++i) {
+    const Watch& watch = sockets[i];
+    const int events =
+        (watch.wantsRead ? POLLIN : 0) | (watch.wantsWrite ? POLLOUT : 0) | (watch.wantsEnd ? POLLRDHUP : 0);
+    polled[i + 1] = {watch.socket, static_cast<short>(events), 0};
+  }
+  // A signal of the host ends the waiting too; whoever waits looks again.
+  if (::poll(polled, sockets.size() + 1, milliseconds) <= 0) return;
+  std::uint64_t count = 0;
+  if (polled[0].revents != 0) static_cast<void>(!::read(waker.descriptor_, &count, sizeof(count)));
+  for (std::size_t i = 0; i < sockets.size(); ++i) {
+    const int events = polled[i + 1].revents;
+    sockets[i].canRead = (events & POLLIN) != 0;
+    sockets[i].canWrite = (events & POLLOUT) != 0;
+    sockets[i].hasFailed = (events & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+    sockets[i].hasEnded = (events & POLLRDHUP) != 0;
+  }
+}
+
+void watchForks(void (*before)(), void (*inParent)(), void (*inChild)()) {
+  // It fails for want of memory alone: forks are then as unsafe as in any program with threads.
+  static_cast<void>(::pthread_atfork(before, inParent, inChild));
+}
+
+std::vector<std::string> lookUp(const std::string& name) {
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* list = nullptr;
+  std::vector<std::string> found;
+  if (::getaddrinfo(name.c_str(), nullptr, &hints, &list) != 0) return found;
+  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owned(list, ::freeaddrinfo);
+  for (const addrinfo* one = list; one != nullptr; one = one->ai_next) {
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    const void* address = nullptr;
+    if (one->ai_family == AF_INET) address = &reinterpret_cast<const sockaddr_in*>(one->ai_addr)->sin_addr;
+    if (one->ai_family == AF_INET6) {
+      const auto* const six = reinterpret_cast<const sockaddr_in6*>(one->ai_addr);
+      // One that is good on a single interface cannot be written without naming it, which libcurl does not read.
+      if (six->sin6_scope_id == 0) address = &six->sin6_addr;
+    }
+    if (address != nullptr && ::inet_ntop(one->ai_family, address, text.data(), text.size()) != nullptr) {
+      found.emplace_back(text.data());
+    }
+  }
+  return found;
+}
+
+bool isAddress(const std::string& text) noexcept {
+  in6_addr address{};
+  return ::inet_pton(AF_INET, text.c_str(), &address) == 1 || ::inet_pton(AF_INET6, text.c_str(), &address) == 1;
+}
+
+bool startThread(void* (*function)(void*), void* data) noexcept {
+  // None of these fails. The new thread inherits what is blocked here.
+  sigset_t all;
+  sigset_t before;
+  static_cast<void>(::sigfillset(&all));
+  static_cast<void>(::pthread_sigmask(SIG_SETMASK, &all, &before));
+  pthread_t thread{};
+  const bool isStarted = ::pthread_create(&thread, nullptr, function, data) == 0;
+  static_cast<void>(::pthread_sigmask(SIG_SETMASK, &before, nullptr));
+  if (isStarted) static_cast<void>(::pthread_detach(thread));
+  return isStarted;
+}
+
+FileState obtainFileState(const std::string& path) noexcept {
+  struct stat state {};
+  if (::stat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return {};
+  return {static_cast<std::int64_t>(state.st_dev), static_cast<std::int64_t>(state.st_ino), state.st_size,
+          state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
+}
+
+}  // namespace qx::platform
