@@ -1,6 +1,7 @@
 #include "question.h"
 
-#include <string_view>
+#include <qx/internal/json_view.h>
+
 #include <utility>
 
 #include "structure_document.h"
@@ -20,11 +21,10 @@ std::string render(const std::string& document) {
   return prompt;
 }
 
-template <class Text>
-void addMessage(COJsonValue& messages, const char* role, const Text& content) {
+void addMessage(COJsonValue& messages, const char* role, qx::KeptText content) {
   COJsonValue* const item = messages.addArrayItem();
   item->addKeyValue("role")->setStringValue(role);
-  item->addKeyValue("content")->borrowStringValue(content);
+  qx::setStringView(*item->addKeyValue("content"), content);
 }
 
 }  // namespace
@@ -61,11 +61,13 @@ std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemo
   body.addKeyValue("model")->setStringValue("m");
   COJsonValue* const messages = body.addKeyValue("messages");
   // The library sets the user's instructions apart from what follows them.
-  if (!prompt.empty()) addMessage(*messages, "developer", std::vector<std::string_view>{prompt, "\n\n"});
+  const std::string instructions = prompt.empty() ? prompt : prompt + "\n\n";
+  if (!instructions.empty()) addMessage(*messages, "developer", instructions);
   for (const ZEAAssistantMemoryEntry& turn : turns) {
     addMessage(*messages, turn.role == ZEARoleAssistant ? "assistant" : "user", turn.text);
   }
-  addMessage(*messages, "user", kQuestion);
+  const std::string question = kQuestion;
+  addMessage(*messages, "user", question);
   return body.obtainJsonString();
 }
 

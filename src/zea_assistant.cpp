@@ -1,15 +1,15 @@
 #include "zea_assistant.h"
 
-#include "qx/assertion.h"
+#include "qx/internal/assertion.h"
 #include "qx/text.h"
 #include "zea_default_assistant_memory.h"
 
 using namespace zea;
 
-ZEAAssistant::ZEAAssistant(ICSHTTPPoolCenter* pool, const std::string& apiHost, const char* defaultHost,
-                           IZEAAssistantMemory* givenMemory, std::unique_ptr<ZEAAssistantProperties> store)
-    : memory(givenMemory), ownsMemory(false), properties(std::move(store)), session(new CMRestSession) {
-  session->poolCenter = pool;
+ZEAAssistant::ZEAAssistant(const ZEAAssistantParts& parts, const char* defaultHost,
+                           std::unique_ptr<ZEAAssistantProperties> store)
+    : memory(parts.memory), ownsMemory(false), properties(std::move(store)), session(new CMRestSession) {
+  session->poolCenter = parts.pool;
   std::unique_ptr<IZEAAssistantMemory> ownMemory;
   if (memory == nullptr) {
     ownMemory = std::make_unique<ZEADefaultAssistantMemory>();
@@ -17,7 +17,7 @@ ZEAAssistant::ZEAAssistant(ICSHTTPPoolCenter* pool, const std::string& apiHost, 
   }
   if (properties == nullptr) properties = std::make_unique<ZEAAssistantProperties>(memory);
   properties->memory = memory;
-  properties->normalizeHost(apiHost, defaultHost, true);
+  properties->normalizeHost(parts.apiHost, defaultHost, true);
   ownsMemory = ownMemory.release() != nullptr;
 }
 

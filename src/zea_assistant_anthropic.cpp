@@ -1,19 +1,21 @@
-#include "zea_assistant_anthropic.h"
+// The assistant for ANTHROPIC, over its Messages protocol, and its property store.
+#include "zea_assistants.h"
 
 #include <algorithm>
 #include <limits>
 
 #include "qx/app_factory.h"
-#include "qx/assertion.h"
 #include "qx/date_time.h"
 #include "qx/defer.h"
+#include "qx/internal/assertion.h"
 #include "zea_json_read.h"
 
 using namespace zea;
 
 namespace {
 
-constexpr char kDefaultHost[] = "api.anthropic.com";
+/// What goes out as "max_tokens" as long as nobody has assigned another number.
+constexpr std::int32_t kDefaultMaxTokens = 1024;
 constexpr char kMaxTokens[] = "max_tokens";  // the property's key and the request's member
 constexpr char kDateFormat[] = "%Y-%m-%dT%H:%M:%SZ";
 
@@ -29,6 +31,8 @@ class Call final : public ZEACall {
  public:
   using ZEACall::ZEACall;
 
+  static constexpr char kDefaultHost[] = "api.anthropic.com";
+
  protected:
   ZEAPath chatPath() const override { return {"v1", "messages"}; }
   ZEAPath listingPath() const override { return {"v1", "models"}; }
@@ -39,7 +43,7 @@ class Call final : public ZEACall {
     const bool isAssigned = properties.isAssigned(kMaxTokens);
     body.addKeyValue(kMaxTokens)
         ->setIntValue(isAssigned ? properties.obtainValue(kMaxTokens).intValue() : kDefaultMaxTokens);
-    if (!prompt.instructions.empty()) body.addKeyValue("system")->borrowStringValue(prompt.instructions);
+    if (!prompt.instructions.empty()) qx::setStringView(*body.addKeyValue("system"), prompt.instructions);
     COJsonValue* const messages = body.addKeyValue("messages");
     messages->setAsArray();
     writeTurns(*messages, prompt);
@@ -57,7 +61,7 @@ class Call final : public ZEACall {
     return reply;
   }
 
-  std::optional<std::string> listingFailure(const ZEAAnswer& answer) const override { return failureInBody(answer); }
+  std::optional<std::string> checkListing(const ZEAAnswer& answer) const override { return bodyFirst(answer); }
 
   std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const override {
     const COJsonValue* const data = arrayMember(body, "data");
@@ -76,51 +80,50 @@ class Call final : public ZEACall {
   }
 };
 
+/// The plain store and one key more: "max_tokens", the longest reply in tokens, which goes out with every request.
+class ZEAAssistantProperties_ANTHROPIC final : public ZEAAssistantProperties {
+ public:
+  /// Its memory is null until the assistant sets it.
+  ZEAAssistantProperties_ANTHROPIC() : ZEAAssistantProperties(nullptr) {}
+
+  std::vector<std::pair<std::string, std::string>> obtainDescription() const override {
+    auto description = ZEAAssistantProperties::obtainDescription();
+    description.emplace_back(kMaxTokens, "integer");
+    return description;
+  }
+
+  CMVariant obtainValue(const std::string& key) const override {
+    if (key == kMaxTokens) return maxTokens;
+    return ZEAAssistantProperties::obtainValue(key);
+  }
+
+  bool setValue(const std::string& key, const CMVariant& value) override {
+    if (key != kMaxTokens) return ZEAAssistantProperties::setValue(key, value);
+    // Without a guard: whatever number a value of another kind has is taken.
+    static_cast<void>(qxAssert(value.getValueType() == CMVariant::ValueType::Int));
+    maxTokens = value.intValue();
+    assignedKeys.insert(key);
+    return true;
+  }
+
+  std::int32_t maxTokens = kDefaultMaxTokens;
+};
+
+class ZEAAssistant_ANTHROPIC final : public ZEAAssistantWith<Call> {
+ public:
+  explicit ZEAAssistant_ANTHROPIC(const ZEAAssistantParts& parts)
+      : ZEAAssistantWith(parts, std::make_unique<ZEAAssistantProperties_ANTHROPIC>()) {
+    adoptKey(parts.apiKey);
+    session->addHeaderParam("anthropic-version", "2023-06-01");
+  }
+
+ protected:
+  double limitTemperature(double temperature) const override { return temperature > 1.0 ? 1.0 : temperature; }
+  void sendCredentials() override { session->addHeaderParam("x-api-key", properties->apiKey.obtainText()); }
+};
+
 }  // namespace
 
-std::vector<std::pair<std::string, std::string>> ZEAAssistantProperties_ANTHROPIC::obtainDescription() const {
-  auto description = ZEAAssistantProperties::obtainDescription();
-  description.emplace_back(kMaxTokens, "integer");
-  return description;
-}
-
-CMVariant ZEAAssistantProperties_ANTHROPIC::obtainValue(const std::string& key) const {
-  if (key == kMaxTokens) return maxTokens;
-  return ZEAAssistantProperties::obtainValue(key);
-}
-
-bool ZEAAssistantProperties_ANTHROPIC::setValue(const std::string& key, const CMVariant& value) {
-  if (key != kMaxTokens) return ZEAAssistantProperties::setValue(key, value);
-  // Without a guard: whatever number a value of another kind has is taken.
-  static_cast<void>(qxAssert(value.getValueType() == CMVariant::ValueType::Int));
-  maxTokens = value.intValue();
-  assignedKeys.insert(key);
-  return true;
-}
-
-ZEAAssistant_ANTHROPIC::ZEAAssistant_ANTHROPIC(ICSHTTPPoolCenter* pool, const std::string& apiHost,
-                                               const std::string& apiKey, IZEAAssistantMemory* givenMemory)
-    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory, std::make_unique<ZEAAssistantProperties_ANTHROPIC>()) {
-  adoptKey(apiKey);
-  session->addHeaderParam("anthropic-version", "2023-06-01");
-}
-
-std::string ZEAAssistant_ANTHROPIC::obtainDefaultHost() const { return kDefaultHost; }
-
-std::string ZEAAssistant_ANTHROPIC::obtainEndpointURL() const { return Call(callContext()).chatURL(); }
-
-std::pair<std::vector<std::string>, std::string> ZEAAssistant_ANTHROPIC::obtainAvailableModels() {
-  return Call(callContext()).listModels();
-}
-
-std::pair<IZEAMessage*, std::string> ZEAAssistant_ANTHROPIC::addMessage(std::string text) {
-  return Call(callContext()).sendMessage(text);
-}
-
-double ZEAAssistant_ANTHROPIC::limitTemperature(double temperature) const {
-  return temperature > 1.0 ? 1.0 : temperature;
-}
-
-void ZEAAssistant_ANTHROPIC::sendCredentials() {
-  session->addHeaderParam("x-api-key", properties->apiKey.obtainText());
+std::unique_ptr<ZEAAssistant> zea::makeAssistant_ANTHROPIC(const ZEAAssistantParts& parts) {
+  return makeAssistant<ZEAAssistant_ANTHROPIC>(parts);
 }

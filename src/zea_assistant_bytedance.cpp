@@ -1,34 +1,30 @@
-#include "zea_assistant_bytedance.h"
+// The assistant for BYTEDANCE, which has no model listing.
+#include "zea_assistants.h"
 
 #include "zea_openai_call.h"
 
 namespace {
 
-constexpr char kDefaultHost[] = "ark.cn-beijing.volces.com";
-
 class Call final : public ZEAOpenAICall {
  public:
   using ZEAOpenAICall::ZEAOpenAICall;
+
+  static constexpr char kDefaultHost[] = "ark.cn-beijing.volces.com";
 
  protected:
   ZEAPath chatPath() const override { return {"api", "v3", "chat", "completions"}; }
 };
 
+class ZEAAssistant_BYTEDANCE final : public ZEABearerAssistant<Call> {
+ public:
+  using ZEABearerAssistant<Call>::ZEABearerAssistant;
+
+  /// A host knows the models from elsewhere.
+  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override { return {}; }
+};
+
 }  // namespace
 
-ZEAAssistant_BYTEDANCE::ZEAAssistant_BYTEDANCE(ICSHTTPPoolCenter* pool, const std::string& apiHost,
-                                               const std::string& apiKey, IZEAAssistantMemory* givenMemory)
-    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory) {
-  adoptKey(apiKey);
-}
-
-std::string ZEAAssistant_BYTEDANCE::obtainDefaultHost() const { return kDefaultHost; }
-
-std::string ZEAAssistant_BYTEDANCE::obtainEndpointURL() const { return Call(callContext()).chatURL(); }
-
-// A host knows the models from elsewhere.
-std::pair<std::vector<std::string>, std::string> ZEAAssistant_BYTEDANCE::obtainAvailableModels() { return {}; }
-
-std::pair<IZEAMessage*, std::string> ZEAAssistant_BYTEDANCE::addMessage(std::string text) {
-  return Call(callContext()).sendMessage(text);
+std::unique_ptr<ZEAAssistant> zea::makeAssistant_BYTEDANCE(const ZEAAssistantParts& parts) {
+  return makeAssistant<ZEAAssistant_BYTEDANCE>(parts);
 }

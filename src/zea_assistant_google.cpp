@@ -1,14 +1,14 @@
-#include "zea_assistant_google.h"
+// The assistant for GOOGLE, over its generate-content protocol.
+#include "zea_assistants.h"
 
 #include "qx/text.h"
-#include "zea_error_text.h"
 #include "zea_json_read.h"
+#include "zea_provider_error.h"
 
 using namespace zea;
 
 namespace {
 
-constexpr char kDefaultHost[] = "generativelanguage.googleapis.com";
 constexpr char kGenerateContent[] = "generateContent";  // the operation, and what a listed model must be able to do
 constexpr std::string_view kModelPrefix = "models/";
 
@@ -37,6 +37,8 @@ class Call final : public ZEACall {
  public:
   using ZEACall::ZEACall;
 
+  static constexpr char kDefaultHost[] = "generativelanguage.googleapis.com";
+
  protected:
   ZEAPath chatPath() const override {
     // Only the failure of an empty model is ever located there.
@@ -49,22 +51,24 @@ class Call final : public ZEACall {
     params.emplace_back("key", properties.apiKey.obtainText());  // a list in braces would be copied, key and all
     return params;
   }
-  std::string errorText(const CMRestResourceResponse& response) const override { return obtainErrorMessage(response); }
+  std::string providerText(const CMRestResourceResponse& response) const override {
+    return obtainErrorMessage(response);
+  }
 
   void writeBody(COJson& body, const ZEAPrompt& prompt) const override {
     if (properties.sendsTemperature()) writeTemperature(*body.addKeyValue("generationConfig"));
     if (!prompt.instructions.empty()) {
       COJsonValue* const parts = body.addKeyValue("system_instruction")->addKeyValue("parts");
-      parts->addKeyValue("text")->borrowStringValue(prompt.instructions);
+      qx::setStringView(*parts->addKeyValue("text"), prompt.instructions);
     }
     COJsonValue* const contents = body.addKeyValue("contents");
     contents->setAsArray();
     writeTurns(*contents, prompt);
   }
 
-  void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const override {
+  void writeTurn(COJsonValue& item, bool isAssistant, qx::KeptText text) const override {
     item.addKeyValue("role")->setStringValue(isAssistant ? "model" : "user");
-    item.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->borrowStringValue(text);
+    qx::setStringView(*item.addKeyValue("parts")->addArrayItem()->addKeyValue("text"), text);
   }
 
   std::optional<std::string> readReply(const COJsonValue& body) const override {
@@ -89,29 +93,23 @@ class Call final : public ZEACall {
   }
 };
 
+class ZEAAssistant_GOOGLE final : public ZEAAssistantWith<Call> {
+ public:
+  explicit ZEAAssistant_GOOGLE(const ZEAAssistantParts& parts) : ZEAAssistantWith(parts) { adoptKey(parts.apiKey); }
+
+  std::string obtainEndpointURL() const override {
+    ZEAPath items = pathOfModel("[model]");  // for the host to fill in
+    items.insert(items.begin(), properties->apiHost);
+    return qxConcatURL(items);
+  }
+
+ protected:
+  /// The key travels in the query of each request, read from the store.
+  void sendCredentials() override {}
+};
+
 }  // namespace
 
-ZEAAssistant_GOOGLE::ZEAAssistant_GOOGLE(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
-                                         IZEAAssistantMemory* givenMemory)
-    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory) {
-  adoptKey(apiKey);
+std::unique_ptr<ZEAAssistant> zea::makeAssistant_GOOGLE(const ZEAAssistantParts& parts) {
+  return makeAssistant<ZEAAssistant_GOOGLE>(parts);
 }
-
-std::string ZEAAssistant_GOOGLE::obtainDefaultHost() const { return kDefaultHost; }
-
-std::string ZEAAssistant_GOOGLE::obtainEndpointURL() const {
-  ZEAPath items = pathOfModel("[model]");  // for the host to fill in
-  items.insert(items.begin(), properties->apiHost);
-  return qxConcatURL(items);
-}
-
-std::pair<std::vector<std::string>, std::string> ZEAAssistant_GOOGLE::obtainAvailableModels() {
-  return Call(callContext()).listModels();
-}
-
-std::pair<IZEAMessage*, std::string> ZEAAssistant_GOOGLE::addMessage(std::string text) {
-  return Call(callContext()).sendMessage(text);
-}
-
-// The key travels in the query of each request, read from the store.
-void ZEAAssistant_GOOGLE::sendCredentials() {}

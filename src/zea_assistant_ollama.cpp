@@ -1,4 +1,5 @@
-#include "zea_assistant_ollama.h"
+// The assistant for an OLLAMA server, mostly a local one; it takes no key.
+#include "zea_assistants.h"
 
 #include "zea_json_read.h"
 
@@ -6,11 +7,11 @@ using namespace zea;
 
 namespace {
 
-constexpr char kDefaultHost[] = "localhost:11434";
-
 class Call final : public ZEACall {
  public:
   using ZEACall::ZEACall;
+
+  static constexpr char kDefaultHost[] = "localhost:11434";
 
  protected:
   ZEAPath chatPath() const override { return {"api", "chat"}; }
@@ -36,9 +37,9 @@ class Call final : public ZEACall {
   }
 
   /// Its words about a failed listing are not read.
-  std::optional<std::string> listingFailure(const ZEAAnswer& answer) const override {
-    if (!answer.transportError.empty()) return answer.transportError;
-    return failureOfTransport(answer);
+  std::optional<std::string> checkListing(const ZEAAnswer& answer) const override {
+    if (answer.transportError.empty()) return std::nullopt;
+    return answer.transportError;
   }
 
   std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const override {
@@ -52,26 +53,20 @@ class Call final : public ZEACall {
   }
 };
 
+class ZEAAssistant_OLLAMA final : public ZEAAssistantWith<Call> {
+ public:
+  explicit ZEAAssistant_OLLAMA(const ZEAAssistantParts& parts) : ZEAAssistantWith(parts) {
+    properties->secureByDefault = false;  // a local server seldom has a certificate
+    properties->normalizeHost(parts.apiHost, Call::kDefaultHost, false);
+  }
+
+ protected:
+  /// A key may be set like any other property; it is sent nowhere.
+  void sendCredentials() override {}
+};
+
 }  // namespace
 
-ZEAAssistant_OLLAMA::ZEAAssistant_OLLAMA(ICSHTTPPoolCenter* pool, const std::string& apiHost,
-                                         IZEAAssistantMemory* givenMemory)
-    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory) {
-  properties->secureByDefault = false;  // a local server seldom has a certificate
-  properties->normalizeHost(apiHost, kDefaultHost, false);
+std::unique_ptr<ZEAAssistant> zea::makeAssistant_OLLAMA(const ZEAAssistantParts& parts) {
+  return makeAssistant<ZEAAssistant_OLLAMA>(parts);
 }
-
-std::string ZEAAssistant_OLLAMA::obtainDefaultHost() const { return kDefaultHost; }
-
-std::string ZEAAssistant_OLLAMA::obtainEndpointURL() const { return Call(callContext()).chatURL(); }
-
-std::pair<std::vector<std::string>, std::string> ZEAAssistant_OLLAMA::obtainAvailableModels() {
-  return Call(callContext()).listModels();
-}
-
-std::pair<IZEAMessage*, std::string> ZEAAssistant_OLLAMA::addMessage(std::string text) {
-  return Call(callContext()).sendMessage(text);
-}
-
-// A key may be set like any other property; it is sent nowhere.
-void ZEAAssistant_OLLAMA::sendCredentials() {}

@@ -1,9 +1,8 @@
-// The property store of an assistant, and the system prompt that is made of it.
+// The property store of an assistant: what a host sets by key, and the system prompt that all of it makes.
 #pragma once
 
 #include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "qx/variant.h"
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_properties.h"
+#include "zea_default_assistant_memory.h"
 
 namespace zea {
 
@@ -54,19 +54,15 @@ class ZEAAssistantProperties : public IZEAProperties {
   /// Whether a request carries the temperature: a caller has assigned it and has assigned and switched on its use.
   bool sendsTemperature() const;
 
-  /// The structure with its rendered statements: a Map per catalog, those without a name first. Elements of the
-  /// document that are not as they should be are passed over.
+  /// The rendered structure, as `renderStructure` tells. Asks the memory.
   CMVariantList obtainDatabaseStructure() const;
-  /// All statements of the structure, each on a line of its own.
+  /// All statements of the structure, each on a line of its own. Asks the memory.
   std::string obtainSchemaInstructions() const;
-  /// The whole system prompt: user instructions, system instructions, statements. What is empty leaves no trace.
+  /// The whole system prompt: user instructions, system instructions, statements with an empty line after them. What is
+  /// empty leaves no trace. Asks the memory, and reads the store afterwards.
   std::string obtainCombinedInstructions() const;
-  /// The same in pieces, without any where it is empty, around the part that `appendSchemaParagraph` made. They are
-  /// good until the store changes, and as long as `statements`. The memory isn't asked.
-  std::vector<std::string_view> showCombinedInstructions(const std::string& statements) const;
-  std::vector<std::string_view> showCombinedInstructions(std::string&&) const = delete;
-  /// Appends all statements with an empty line after them, if there are any. Asks the memory.
-  void appendSchemaParagraph(std::string& out) const;
+  /// The same of a document that the memory has handed out already, and which isn't kept longer than that.
+  std::string combineInstructions(zea::RememberedText document) const;
 
   std::set<std::string> assignedKeys;  // what `setValue` has accepted, whatever the value; nothing removes a key
   IZEAAssistantMemory* memory;
@@ -86,9 +82,5 @@ class ZEAAssistantProperties : public IZEAProperties {
   bool assignTemperature(const CMVariant& value);
   bool mergeSystemInstructions(const CMVariant& value);
   bool assignStructure(const CMVariant& value);
-  /// The document; `copy` keeps it where a host's memory hands it out by value. Good as long as both.
-  std::string_view obtainDocument(std::string& copy) const;
-  void appendSchemaInstructions(std::string& out) const;
-  /// The user instructions and the system instructions, in pieces.
-  std::vector<std::string_view> showGivenInstructions() const;
+  zea::RememberedText readDocument() const;
 };

@@ -1,46 +1,39 @@
-#include "zea_assistant_x.h"
+// The assistant for X, whose errors have a form of their own.
+#include "zea_assistants.h"
 
-#include "zea_error_text.h"
 #include "zea_openai_call.h"
+#include "zea_provider_error.h"
 
 using namespace zea;
 
 namespace {
 
-constexpr char kDefaultHost[] = "api.x.ai";
-
 class Call final : public ZEAOpenAICall {
  public:
   using ZEAOpenAICall::ZEAOpenAICall;
 
+  static constexpr char kDefaultHost[] = "api.x.ai";
+
  protected:
-  std::string errorText(const CMRestResourceResponse& response) const override {
+  std::string providerText(const CMRestResourceResponse& response) const override {
     return extractCodeErrorText(response);
   }
   /// An "error" of any kind ends the listing; it is mostly a string.
-  std::optional<std::string> reportedError(const ZEAAnswer& answer) const override {
-    return ZEACall::reportedError(answer);
+  std::optional<std::string> errorInBody(const COJsonValue& body, const ZEAAnswer& answer) const override {
+    return ZEACall::errorInBody(body, answer);
   }
+};
+
+class ZEAAssistant_X final : public ZEABearerAssistant<Call> {
+ public:
+  using ZEABearerAssistant<Call>::ZEABearerAssistant;
+
+ protected:
+  double limitTemperature(double temperature) const override { return temperature > 1.0 ? 1.0 : temperature; }
 };
 
 }  // namespace
 
-ZEAAssistant_X::ZEAAssistant_X(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
-                               IZEAAssistantMemory* givenMemory)
-    : ZEAAssistant(pool, apiHost, kDefaultHost, givenMemory) {
-  adoptKey(apiKey);
+std::unique_ptr<ZEAAssistant> zea::makeAssistant_X(const ZEAAssistantParts& parts) {
+  return makeAssistant<ZEAAssistant_X>(parts);
 }
-
-std::string ZEAAssistant_X::obtainDefaultHost() const { return kDefaultHost; }
-
-std::string ZEAAssistant_X::obtainEndpointURL() const { return Call(callContext()).chatURL(); }
-
-std::pair<std::vector<std::string>, std::string> ZEAAssistant_X::obtainAvailableModels() {
-  return Call(callContext()).listModels();
-}
-
-std::pair<IZEAMessage*, std::string> ZEAAssistant_X::addMessage(std::string text) {
-  return Call(callContext()).sendMessage(text);
-}
-
-double ZEAAssistant_X::limitTemperature(double temperature) const { return temperature > 1.0 ? 1.0 : temperature; }

@@ -8,11 +8,11 @@
 #include "qx/secret.h"
 #include "qx/text.h"
 #include "zea_default_assistant_memory.h"
-#include "zea_error_text.h"
+#include "zea_failure_text.h"
 #include "zea_http.h"
-#include "zea_localize.h"
 #include "zea_message.h"
 #include "zea_message_text_section.h"
+#include "zea_provider_error.h"
 
 using namespace zea;
 
@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::int32_t kTurnsAskedFor = 20;
 
-/// One of the library's own texts in the host's language, and behind it where it happened: ": p/v1/chat/completions".
+/// One of the library's own texts in the host's language, and after it where it happened: ": p/v1/chat/completions".
 std::string fixedFailure(const char* text, const char* method, const ZEAPath& path) {
   std::string failure = localizeText(text).append(": ").append(method);
   for (const std::string& segment : path) failure.append("/").append(segment);
@@ -39,10 +39,9 @@ std::int64_t secondsSinceEpoch() {
   return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
-template <class Text>
-void writeMessage(COJsonValue& item, const char* role, const Text& content) {
+void writeMessage(COJsonValue& item, const char* role, qx::KeptText content) {
   item.addKeyValue("role")->setStringValue(role);
-  item.addKeyValue("content")->borrowStringValue(content);
+  qx::setStringView(*item.addKeyValue("content"), content);
 }
 
 /// The query parameters of a call, wiped at its end: a key may be among them.
@@ -78,30 +77,22 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
-  if (!answer.transportError.empty()) return {nullptr, refusal(answer)};
+  if (!answer.transportError.empty()) return {nullptr, providerOrTransportText(answer)};
   if (answer.json == nullptr) return failedMessage(kInvalidResponse);
   std::optional<std::string> reply = readReply(*answer.json);
   if (!reply) return failedMessage(kUnsupportedDataFormat);
   return {remember(text, std::move(*reply)).release(), std::string()};
 }
 
-/// The text of the body. The memory is asked before anything of the store is looked at, since a host's may change it
+/// The text of the body. The memory is asked for all that it has before the store is read, since a host's may change it
 /// meanwhile. Of all that the text is made of nothing is left when this returns: models take their time.
 std::string ZEACall::makeBody(const std::string& text) const {
-  std::string statements;
-  properties.appendSchemaParagraph(statements);
-  std::vector<ZEAAssistantMemoryEntry> copy;
-  const std::vector<ZEAAssistantMemoryEntry>& turns = obtainTurns(copy);
-  const std::vector<std::string_view> instructions = properties.showCombinedInstructions(statements);
+  RememberedText document = readStructureDocument(memory_);
+  const RememberedTurns turns = readTurns(memory_, kTurnsAskedFor);
+  const std::string instructions = properties.combineInstructions(std::move(document));
   COJson body;
-  writeBody(body, {instructions, turns, text});
+  writeBody(body, {instructions, turns.obtain(), text});
   return body.obtainJsonString();
-}
-
-/// A host's memory hands out a copy, which `copy` then keeps; the library's own shows what it has.
-const std::vector<ZEAAssistantMemoryEntry>& ZEACall::obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const {
-  if (const auto* const own = dynamic_cast<const ZEADefaultAssistantMemory*>(&memory_)) return own->showEntries();
-  return copy = memory_.obtainEntries(kTurnsAskedFor);
 }
 
 std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
@@ -110,38 +101,38 @@ std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
-  if (std::optional<std::string> failure = listingFailure(answer)) return {{}, std::move(*failure)};
+  if (std::optional<std::string> failure = checkListing(answer)) return {{}, std::move(*failure)};
+  if (answer.json == nullptr) return {{}, fixedListingFailure(kInvalidResponse, listingPath())};
   std::optional<std::vector<std::string>> models = readModels(*answer.json);
   if (!models) return {{}, fixedListingFailure(kUnsupportedDataFormat, listingPath())};
   return {std::move(*models), std::string()};
 }
 
-std::string ZEACall::errorText(const CMRestResourceResponse& response) const { return extractErrorText(response); }
+std::string ZEACall::providerText(const CMRestResourceResponse& response) const { return extractErrorText(response); }
 
-void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const {
+void ZEACall::writeTurn(COJsonValue& item, bool isAssistant, qx::KeptText text) const {
   writeMessage(item, isAssistant ? "assistant" : "user", text);
 }
 
-std::optional<std::string> ZEACall::listingFailure(const ZEAAnswer& answer) const { return failureOfTransport(answer); }
+std::optional<std::string> ZEACall::checkListing(const ZEAAnswer& answer) const { return transportFirst(answer); }
 
-std::optional<std::string> ZEACall::reportedError(const ZEAAnswer& answer) const {
-  if (answer.json->obtainKeyValue("error") == nullptr) return std::nullopt;
-  return errorText(answer.response);
+std::optional<std::string> ZEACall::errorInBody(const COJsonValue& body, const ZEAAnswer& answer) const {
+  if (body.obtainKeyValue("error") == nullptr) return std::nullopt;
+  return providerText(answer.response);
 }
 
-std::optional<std::string> ZEACall::failureOfTransport(const ZEAAnswer& answer) const {
-  if (!answer.transportError.empty()) return refusal(answer);
-  if (answer.json == nullptr) return fixedListingFailure(kInvalidResponse, listingPath());
-  return std::nullopt;
+std::optional<std::string> ZEACall::transportFirst(const ZEAAnswer& answer) const {
+  if (answer.transportError.empty()) return std::nullopt;
+  return providerOrTransportText(answer);
 }
 
-std::optional<std::string> ZEACall::failureInBody(const ZEAAnswer& answer) const {
+std::optional<std::string> ZEACall::bodyFirst(const ZEAAnswer& answer) const {
   if (answer.json == nullptr) return answer.transportError;
-  return reportedError(answer);
+  return errorInBody(*answer.json, answer);
 }
 
-std::string ZEACall::refusal(const ZEAAnswer& answer) const {
-  std::string text = errorText(answer.response);
+std::string ZEACall::providerOrTransportText(const ZEAAnswer& answer) const {
+  std::string text = providerText(answer.response);
   return text.empty() ? answer.transportError : text;
 }
 

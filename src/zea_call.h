@@ -10,10 +10,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "qx/internal/json_view.h"
 #include "qx/json.h"
 #include "qx/rest_request.h"
 #include "qx/rest_response.h"
@@ -39,9 +39,9 @@ struct ZEAAnswer {
   const COJsonValue* json;            // null unless the body is a JSON text
 };
 
-/// What a message says. Borrowed until its body has been written.
+/// What a message says. Borrowed, and unchanged, until the text of its body has been made.
 struct ZEAPrompt {
-  const std::vector<std::string_view>& instructions;  // in pieces; without any: none
+  const std::string& instructions;                    // the system prompt; empty: none
   const std::vector<ZEAAssistantMemoryEntry>& turns;  // oldest first
   const std::string& text;                            // the user's
 };
@@ -54,11 +54,11 @@ class ZEACall {
   ZEACall(const ZEACall&) = delete;
   ZEACall& operator=(const ZEACall&) = delete;
 
-  /// Sends the user's text and gives the reply, which the caller owns, or null and the text of the failure. The
+  /// Sends the user's text and returns the reply, which the caller owns, or null and the text of the failure. The
   /// memory receives both turns when the reply has been understood, and nothing otherwise.
   std::pair<IZEAMessage*, std::string> sendMessage(const std::string& text) const;
 
-  /// Gives the provider's models, or an empty list and the text of the failure.
+  /// Returns the provider's models, or an empty list and the text of the failure.
   std::pair<std::vector<std::string>, std::string> listModels() const;
 
   std::string chatURL() const { return urlOf(chatPath()); }
@@ -69,42 +69,43 @@ class ZEACall {
 
   /// Query parameters, wiped after the call. Default: none.
   virtual CMRestParamList query() const { return {}; }
-  /// The provider's words of a failed response; empty when it has none. Default: `extractErrorText`.
-  virtual std::string errorText(const CMRestResourceResponse& response) const;
+  /// The provider's own words of a failed response; empty when it has none. Default: `extractErrorText`.
+  virtual std::string providerText(const CMRestResourceResponse& response) const;
 
   // Steps of a message, in the order in which they are called.
 
-  /// The path behind the host. Called for the request and for each of the library's own failure texts.
+  /// The path after the host. Called for the request and for each of the library's own failure texts.
   virtual ZEAPath chatPath() const = 0;
   /// Whether a message can be sent at all. Default: when there is a model.
   virtual bool hasUsableModel() const { return !properties.model.empty(); }
-  /// Fills the body, an empty object. It calls `writeTurns` behind the system prompt.
+  /// Fills the body, an empty object. It calls `writeTurns` after the system prompt.
   virtual void writeBody(COJson& body, const ZEAPrompt& prompt) const = 0;
-  /// Fills the item of one turn. Default: "role", which is "assistant" or "user", and "content".
-  virtual void writeTurn(COJsonValue& item, bool isAssistant, const std::string& text) const;
+  /// Fills the item of one turn. The body views the text. Default: "role", which is "assistant" or "user", and
+  /// "content".
+  virtual void writeTurn(COJsonValue& item, bool isAssistant, qx::KeptText text) const;
   /// The reply's text out of a body; nothing when its form is not supported.
   virtual std::optional<std::string> readReply(const COJsonValue& body) const = 0;
 
-  // Steps of a listing.
+  // Steps of a listing, in the order in which they are called.
 
   virtual ZEAPath listingPath() const = 0;
-  /// The text with which the listing ends before its models are read, perhaps an empty one; nothing when it goes on.
-  /// Default: `failureOfTransport`. The other order is `failureInBody`.
-  virtual std::optional<std::string> listingFailure(const ZEAAnswer& answer) const;
-  /// Called by `failureInBody`: the text of an error that the body reports. Default: any "error" member ends the call
-  /// with `errorText`.
-  virtual std::optional<std::string> reportedError(const ZEAAnswer& answer) const;
+  /// The text with which the listing ends before its models are read, perhaps an empty one; nothing when it goes on,
+  /// and then a body that is no JSON text ends it. Default: `transportFirst`; the other order is `bodyFirst`.
+  virtual std::optional<std::string> checkListing(const ZEAAnswer& answer) const;
+  /// Called by `bodyFirst`: the text with which an error in the body ends the listing; nothing when there is none.
+  /// Default: an "error" member of any kind, told by `providerText`.
+  virtual std::optional<std::string> errorInBody(const COJsonValue& body, const ZEAAnswer& answer) const;
   /// The names of the models; nothing when the form of the body is not supported.
   virtual std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const = 0;
 
   // What the steps are made of.
 
-  /// Looks at the transport first, then for JSON.
-  std::optional<std::string> failureOfTransport(const ZEAAnswer& answer) const;
-  /// Looks into the body first: what the transport says counts only where the body is no JSON text.
-  std::optional<std::string> failureInBody(const ZEAAnswer& answer) const;
-  /// The provider's words of a failed transfer, or the transport's where it has none.
-  std::string refusal(const ZEAAnswer& answer) const;
+  /// A failed transfer ends the listing, whatever the body says.
+  std::optional<std::string> transportFirst(const ZEAAnswer& answer) const;
+  /// An error in the body ends the listing, whatever became of the transfer, which counts only where there is no JSON.
+  std::optional<std::string> bodyFirst(const ZEAAnswer& answer) const;
+  /// `providerText`, or the transport's where the provider has none.
+  std::string providerOrTransportText(const ZEAAnswer& answer) const;
 
   /// Adds "temperature", if it is to be sent.
   void writeTemperature(COJsonValue& object) const;
@@ -125,7 +126,6 @@ class ZEACall {
 
  private:
   std::string makeBody(const std::string& text) const;
-  const std::vector<ZEAAssistantMemoryEntry>& obtainTurns(std::vector<ZEAAssistantMemoryEntry>& copy) const;
   std::string urlOf(ZEAPath path) const;
   std::pair<IZEAMessage*, std::string> failedMessage(const char* text) const;
   std::unique_ptr<IZEAMessage> remember(const std::string& text, std::string reply) const;

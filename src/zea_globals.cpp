@@ -1,6 +1,6 @@
 #include "zea_globals.h"
 
-#include "qx/process_end.h"
+#include "qx/internal/process_end.h"
 
 namespace zea {
 
@@ -12,13 +12,13 @@ namespace {
 struct UnloadedSettings {
   CMRestGlobalSettings* const settings = new CMRestGlobalSettings;
   ~UnloadedSettings() {
-    if (!qxIsProcessEnding()) delete settings;
+    if (!qx::isProcessEnding()) delete settings;
   }
 };
 
 CMRestGlobalSettings* makeSettings() {
   static const UnloadedSettings owner;
-  qxWatchForProcessEnd();  // its destructor has been registered by now
+  qx::watchForProcessEnd();  // its destructor has been registered by now
   return owner.settings;
 }
 

@@ -36,12 +36,10 @@ std::optional<std::string> ZEAOpenAICall::readReply(const COJsonValue& body) con
   return reply;
 }
 
-std::optional<std::string> ZEAOpenAICall::listingFailure(const ZEAAnswer& answer) const {
-  return failureInBody(answer);
-}
+std::optional<std::string> ZEAOpenAICall::checkListing(const ZEAAnswer& answer) const { return bodyFirst(answer); }
 
-std::optional<std::string> ZEAOpenAICall::reportedError(const ZEAAnswer& answer) const {
-  const COJsonValue* const error = objectMember(*answer.json, "error");
+std::optional<std::string> ZEAOpenAICall::errorInBody(const COJsonValue& body, const ZEAAnswer& answer) const {
+  const COJsonValue* const error = objectMember(body, "error");
   if (error == nullptr) return std::nullopt;
   return std::string(stringMember(*error, "message").value_or(answer.transportError));
 }

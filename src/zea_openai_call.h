@@ -19,8 +19,8 @@ class ZEAOpenAICall : public ZEACall {
 
   void writeBody(COJson& body, const ZEAPrompt& prompt) const final;
   std::optional<std::string> readReply(const COJsonValue& body) const final;
-  std::optional<std::string> listingFailure(const ZEAAnswer& answer) const override;
-  /// Default: an "error" object ends the call with its message, or with the transport's text.
-  std::optional<std::string> reportedError(const ZEAAnswer& answer) const override;
+  std::optional<std::string> checkListing(const ZEAAnswer& answer) const override;
+  /// Default: an "error" object ends the listing with its message, or with the transport's text.
+  std::optional<std::string> errorInBody(const COJsonValue& body, const ZEAAnswer& answer) const override;
   std::optional<std::vector<std::string>> readModels(const COJsonValue& body) const final;
 };

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-/// Puts pieces behind a text. It collects them on the way, since appending each to the string costs more than making
+/// Appends pieces to a text. It collects them on the way, since appending each to the string costs more than making
 /// it: the text is whole once `flush` has been called. The string is not owned; nobody else may change it meanwhile.
 /// For the stack of one function.
 class ZEATextWriter {
@@ -22,7 +22,7 @@ class ZEATextWriter {
 
   /// How long the text is by now, and back to what it was then.
   std::size_t obtainLength() const noexcept { return text_.size() + used_; }
-  void cutBack(std::size_t length) {
+  void truncate(std::size_t length) {
     if (length < text_.size()) text_.resize(length);
     used_ = length - text_.size();
   }

@@ -1,4 +1,4 @@
-#include "qx/assertion.h"
+#include "qx/internal/assertion.h"
 
 #include <atomic>
 #include <cstdio>
@@ -22,7 +22,7 @@ QXAssertionHandler qxSetAssertionHandler(QXAssertionHandler handler) noexcept {
   return before == reportByDefault ? nullptr : before;
 }
 
-bool qxReportFailedAssertion(const char* condition, const char* sourcePath, int line) noexcept {
+bool qx::reportFailedAssertion(const char* condition, const char* sourcePath, int line) noexcept {
   gHandler.load()(condition, sourcePath, line);
   return false;
 }

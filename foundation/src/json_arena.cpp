@@ -1,9 +1,9 @@
 #include "json_arena.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <memory>
+
+namespace qx {
 
 namespace {
 
@@ -14,12 +14,12 @@ constexpr std::size_t kLargestBlockSize = 64 * 1024;
 
 }  // namespace
 
-std::byte* COJsonArena::addBlock(std::size_t size) {
+std::byte* JsonArena::addBlock(std::size_t size) {
   blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
   return blocks_.back().get();
 }
 
-std::byte* COJsonArena::allocate(std::size_t size, std::size_t alignment) {
+std::byte* JsonArena::allocate(std::size_t size, std::size_t alignment) {
   const std::size_t offset = (used_ + alignment - 1) & ~(alignment - 1);
   if (offset <= blockSize_ && size <= blockSize_ - offset) {
     used_ = offset + size;
@@ -34,7 +34,7 @@ std::byte* COJsonArena::allocate(std::size_t size, std::size_t alignment) {
   return block_;
 }
 
-std::string_view COJsonArena::copyText(std::string_view text) {
+std::string_view JsonArena::copyText(std::string_view text) {
   if (text.empty()) return {};
   std::byte* place = allocate(text.size(), 1);
   std::memcpy(place, text.data(), text.size());
@@ -42,24 +42,18 @@ std::string_view COJsonArena::copyText(std::string_view text) {
   return {reinterpret_cast<const char*>(place), text.size()};
 }
 
-const std::string_view* COJsonArena::borrowPieces(const std::vector<std::string_view>& pieces) {
-  auto* const place = reinterpret_cast<std::string_view*>(
-      allocate(pieces.size() * sizeof(std::string_view), alignof(std::string_view)));
-  std::uninitialized_copy(pieces.begin(), pieces.end(), place);
-  for (const std::string_view piece : pieces) addedBytes_ += piece.size();
-  return place;
-}
-
-COJsonArena::Chunk* COJsonArena::createChunk(std::size_t capacity, Chunk* previous) {
-  static_assert(sizeof(Node) == 32 && sizeof(COJsonValue) == sizeof(Node));
-  static_assert(sizeof(Chunk) % alignof(COJsonValue) == 0);
-  std::byte* place = allocate(sizeof(Chunk) + capacity * sizeof(COJsonValue), alignof(Chunk));
+JsonChunk* JsonArena::createChunk(std::size_t capacity, JsonChunk* previous) {
+  static_assert(sizeof(JsonNode) == 32 && sizeof(COJsonValue) == sizeof(JsonNode));
+  static_assert(sizeof(JsonChunk) % alignof(COJsonValue) == 0);
+  std::byte* place = allocate(sizeof(JsonChunk) + capacity * sizeof(COJsonValue), alignof(JsonChunk));
   const std::size_t before = previous == nullptr ? 0 : previous->before + previous->capacity;
-  return ::new (static_cast<void*>(place)) Chunk{this, previous, before, capacity};
+  return ::new (static_cast<void*>(place)) JsonChunk{this, previous, before, capacity};
 }
 
-void COJsonArena::makeContainer(Node& node, Kind kind, std::size_t capacity) {
-  Chunk* chunk = node.arena->createChunk(capacity, nullptr);
+void JsonArena::makeContainer(JsonNode& node, JsonKind kind, std::size_t capacity) {
+  JsonChunk* chunk = node.arena->createChunk(capacity, nullptr);
   node.kind = kind;
   node.children = {chunk, 0};
 }
+
+}  // namespace qx

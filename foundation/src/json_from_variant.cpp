@@ -30,7 +30,7 @@ void fillValue(const CMVariant& variant, COJsonValue& value, std::vector<Unfille
       value.setAsArray();
       break;
     case CMVariant::ValueType::Map:
-      COJsonArena::makeContainer(COJsonArena::nodeOf(value), COJsonArena::Kind::Object, variant.mapIfAny()->size());
+      qx::JsonArena::makeContainer(qx::JsonAccess::nodeOf(value), qx::JsonKind::Object, variant.mapIfAny()->size());
       break;
   }
   unfilled.push_back({&variant, &value});

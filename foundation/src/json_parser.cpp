@@ -25,10 +25,9 @@
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/src.hpp>
 
-namespace {
+namespace qx {
 
-using Kind = COJsonArena::Kind;
-using Node = COJsonArena::Node;
+namespace {
 
 // The parser calls itself once a level: with its limit of 512 no text can exhaust the stack of a thread.
 constexpr std::size_t kMaxDepth = 512;
@@ -44,23 +43,23 @@ class WaitingValues {
 
   bool isFull() const noexcept { return top_ == end_; }
   std::size_t obtainCount() const noexcept { return countBelow_ + static_cast<std::size_t>(top_ - begin_); }
-  Node& back() const noexcept { return top_[-1]; }
+  JsonNode& back() const noexcept { return top_[-1]; }
 
   /// Makes room when the stack is full.
   void grow() {
     countBelow_ += static_cast<std::size_t>(end_ - begin_);
     const std::size_t size = std::min(static_cast<std::size_t>(end_ - begin_) * 4, kLargestSize);
     below_.push_back({begin_, end_});
-    if (spare_ == nullptr) spare_ = std::make_unique_for_overwrite<std::byte[]>(size * sizeof(Node));
+    if (spare_ == nullptr) spare_ = std::make_unique_for_overwrite<std::byte[]>(size * sizeof(JsonNode));
     blocks_.push_back(std::move(spare_));
     use(blocks_.back().get(), size);
   }
 
   /// REQUIRES: not full.
-  void push(Kind kind, std::string_view key) noexcept { ::new (static_cast<void*>(top_++)) Node(kind, key); }
+  void push(JsonKind kind, std::string_view key) noexcept { ::new (static_cast<void*>(top_++)) JsonNode(kind, key); }
 
   /// Moves the last values into the chunk. The root stays, so there is always one left.
-  void moveLast(std::size_t count, COJsonArena::Chunk& chunk) noexcept {
+  void moveLast(std::size_t count, JsonChunk& chunk) noexcept {
     if (count >= static_cast<std::size_t>(top_ - begin_)) [[unlikely]]
       return moveFromBlocks(count, chunk);
     top_ -= count;
@@ -71,11 +70,11 @@ class WaitingValues {
   static constexpr std::size_t kFirstSize = 32;
   static constexpr std::size_t kLargestSize = 2048;  // 64 kB, which the C library still serves from its heap
   struct Range {
-    Node* begin;
-    Node* end;
+    JsonNode* begin;
+    JsonNode* end;
   };
 
-  [[gnu::noinline]] void moveFromBlocks(std::size_t count, COJsonArena::Chunk& chunk) noexcept {
+  [[gnu::noinline]] void moveFromBlocks(std::size_t count, JsonChunk& chunk) noexcept {
     while (count > 0) {
       const std::size_t piece = std::min(count, static_cast<std::size_t>(top_ - begin_));
       top_ -= piece;
@@ -86,7 +85,7 @@ class WaitingValues {
   }
 
   void use(std::byte* place, std::size_t size) noexcept {
-    begin_ = reinterpret_cast<Node*>(place);
+    begin_ = reinterpret_cast<JsonNode*>(place);
     top_ = begin_;
     end_ = begin_ + size;
   }
@@ -102,14 +101,14 @@ class WaitingValues {
     countBelow_ -= static_cast<std::size_t>(end_ - begin_);
   }
 
-  alignas(Node) std::array<std::byte, kFirstSize * sizeof(Node)> first_;
+  alignas(JsonNode) std::array<std::byte, kFirstSize * sizeof(JsonNode)> first_;
   std::vector<std::unique_ptr<std::byte[]>> blocks_;  // after the first one
   std::unique_ptr<std::byte[]> spare_;
   std::vector<Range> below_;  // the blocks below the last one
   std::size_t countBelow_ = 0;
-  Node* begin_ = nullptr;
-  Node* top_ = nullptr;
-  Node* end_ = nullptr;
+  JsonNode* begin_ = nullptr;
+  JsonNode* top_ = nullptr;
+  JsonNode* end_ = nullptr;
 };
 
 /// Called by the parser in the order of the text. Values wait on a stack until their container ends: then its size is
@@ -124,18 +123,18 @@ class TreeHandler {
   static constexpr std::size_t max_string_size = max_array_size;
   static constexpr std::size_t max_key_size = max_array_size;
 
-  TreeHandler(COJsonArena& arena, std::string_view input, std::uint64_t mostBytes)
+  TreeHandler(JsonArena& arena, std::string_view input, std::uint64_t mostBytes)
       : arena_(arena), input_(input), mostBytes_(mostBytes) {}
 
   /// Of a text that has been parsed whole.
-  const Node& obtainRoot() const noexcept { return waiting_.back(); }
+  const JsonNode& obtainRoot() const noexcept { return waiting_.back(); }
   bool isTooLarge() const noexcept { return isTooLarge_; }
 
   bool on_document_begin(ErrorCode&) { return true; }
   bool on_document_end(ErrorCode&) { return true; }
-  bool on_object_begin(ErrorCode& error) { return push(Kind::Object, error); }
+  bool on_object_begin(ErrorCode& error) { return push(JsonKind::Object, error); }
   bool on_object_end(std::size_t count, ErrorCode& error) { return closeContainer(count, error); }
-  bool on_array_begin(ErrorCode& error) { return push(Kind::Array, error); }
+  bool on_array_begin(ErrorCode& error) { return push(JsonKind::Array, error); }
   bool on_array_end(std::size_t count, ErrorCode& error) { return closeContainer(count, error); }
 
   bool on_key_part(Text part, std::size_t, ErrorCode&) { return keepPart(part); }
@@ -146,40 +145,40 @@ class TreeHandler {
   bool on_string_part(Text part, std::size_t, ErrorCode&) { return keepPart(part); }
   bool on_string(Text last, std::size_t, ErrorCode& error) {
     const std::string_view text = finishText(last);
-    if (!push(Kind::String, error)) return false;
+    if (!push(JsonKind::String, error)) return false;
     waiting_.back().text = {text.data(), text.size()};
     return true;
   }
 
   bool on_number_part(Text, ErrorCode&) { return true; }
   bool on_int64(std::int64_t value, Text, ErrorCode& error) {
-    if (!push(Kind::Signed, error)) return false;
+    if (!push(JsonKind::Signed, error)) return false;
     waiting_.back().signedNumber = value;
     return true;
   }
   bool on_uint64(std::uint64_t value, Text, ErrorCode& error) {
-    if (!push(Kind::Unsigned, error)) return false;
+    if (!push(JsonKind::Unsigned, error)) return false;
     waiting_.back().unsignedNumber = value;
     return true;
   }
   // The parser's own conversion is off by a bit for three numbers in ten.
   bool on_double(double, Text text, ErrorCode& error) {
-    if (!push(Kind::Double, error)) return false;
+    if (!push(JsonKind::Double, error)) return false;
     waiting_.back().number = qxReadDouble({text.data(), text.size()});
     return true;
   }
   bool on_bool(bool value, ErrorCode& error) {
-    if (!push(Kind::Boolean, error)) return false;
+    if (!push(JsonKind::Boolean, error)) return false;
     waiting_.back().truth = value;
     return true;
   }
-  bool on_null(ErrorCode& error) { return push(Kind::Null, error); }
+  bool on_null(ErrorCode& error) { return push(JsonKind::Null, error); }
 
   bool on_comment_part(Text, ErrorCode&) { return true; }
   bool on_comment(Text, ErrorCode&) { return true; }
 
  private:
-  bool push(Kind kind, ErrorCode& error) {
+  bool push(JsonKind kind, ErrorCode& error) {
     if (waiting_.isFull() && !makeRoom(error)) [[unlikely]]
       return false;
     waiting_.push(kind, key_);
@@ -195,8 +194,8 @@ class TreeHandler {
 
   bool closeContainer(std::size_t size, ErrorCode& error) {
     if (!count(size, error)) return false;
-    COJsonArena::Chunk* chunk = arena_.createChunk(size, nullptr);
-    arenaBytes_ += sizeof(COJsonArena::Chunk) + size * sizeof(Node);
+    JsonChunk* chunk = arena_.createChunk(size, nullptr);
+    arenaBytes_ += sizeof(JsonChunk) + size * sizeof(JsonNode);
     waiting_.moveLast(size, *chunk);
     waiting_.back().children = {chunk, size};
     return true;
@@ -204,7 +203,7 @@ class TreeHandler {
 
   /// Whether that many waiting values may still come into the arena; each will.
   bool count(std::size_t values, ErrorCode& error) {
-    if (arenaBytes_ + sizeof(COJsonArena::Chunk) + values * sizeof(Node) <= mostBytes_) return true;
+    if (arenaBytes_ + sizeof(JsonChunk) + values * sizeof(JsonNode) <= mostBytes_) return true;
     isTooLarge_ = true;
     error = boost::json::error::array_too_large;
     return false;
@@ -228,7 +227,7 @@ class TreeHandler {
     return text;
   }
 
-  COJsonArena& arena_;
+  JsonArena& arena_;
   std::string_view input_;
   std::uint64_t mostBytes_;
   std::uint64_t arenaBytes_ = 0;  // what the values in the arena take
@@ -297,7 +296,7 @@ bool repairExponents(std::string& text) {
 
 }  // namespace
 
-QXJsonResult qxParseJson(COJsonArena& arena, COJsonArena::Node& root, std::uint64_t mostValueBytes) {
+JsonResult parseJson(JsonArena& arena, JsonNode& root, std::uint64_t mostValueBytes) {
   std::string_view input = arena.obtainInput();
   if (input.starts_with(kByteOrderMark)) input.remove_prefix(kByteOrderMark.size());
 
@@ -308,13 +307,15 @@ QXJsonResult qxParseJson(COJsonArena& arena, COJsonArena::Node& root, std::uint6
   boost::system::error_code error;
   // The whole text in one piece: what the handler gets are then views of it.
   const std::size_t parsed = parser.write_some(false, input.data(), input.size(), error);
-  if (parser.handler().isTooLarge()) return QXJsonResult::TooLarge;
-  if (error || parsed != input.size()) return QXJsonResult::NotJson;
+  if (parser.handler().isTooLarge()) return JsonResult::TooLarge;
+  if (error || parsed != input.size()) return JsonResult::NotJson;
   root = parser.handler().obtainRoot();
-  return QXJsonResult::Parsed;
+  return JsonResult::Parsed;
 }
 
-bool qxRepairJson(std::string& text) {
+bool repairJson(std::string& text) {
   const bool hasSurrogates = repairSurrogates(text);
   return repairExponents(text) || hasSurrogates;
 }
+
+}  // namespace qx

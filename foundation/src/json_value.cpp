@@ -5,165 +5,243 @@
 #include "json_arena.h"
 #include "json_parser.h"
 #include "json_writer.h"
-#include "qx/assertion.h"
+#include "qx/internal/assertion.h"
+#include "qx/internal/json_view.h"
 #include "qx/json.h"
 
-namespace {
+namespace qx {
 
-using Kind = COJsonArena::Kind;
+namespace {
 
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 // The first chunk of a container that is being built.
 constexpr std::size_t kFirstCapacity = 4;
 
-constexpr std::int32_t holdWithin32Bits(std::int64_t value) noexcept {
+const JsonNode& nodeOf(const COJsonValue& value) noexcept { return JsonAccess::nodeOf(value); }
+JsonNode& nodeOf(COJsonValue& value) noexcept { return JsonAccess::nodeOf(value); }
+
+constexpr std::int32_t clampTo32Bits(std::int64_t value) noexcept {
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, std::numeric_limits<std::int32_t>::min(),
                                                             std::numeric_limits<std::int32_t>::max()));
 }
 
+// Names are short: the loop is over before a call of memcmp would have begun.
+bool isSame(const char* left, const char* right, std::size_t size) noexcept {
+  std::uint32_t leftWord = 0;
+  std::uint32_t rightWord = 0;
+  for (; size >= sizeof leftWord; size -= sizeof leftWord, left += sizeof leftWord, right += sizeof leftWord) {
+    std::memcpy(&leftWord, left, sizeof leftWord);
+    std::memcpy(&rightWord, right, sizeof rightWord);
+    if (leftWord != rightWord) return false;
+  }
+  for (; size > 0; --size) {
+    if (*left++ != *right++) return false;
+  }
+  return true;
+}
+
+/// The first of the chunk's children with that name, or null; `end` is how many children there are up to its end.
+const COJsonValue* findIn(JsonChunk& chunk, std::size_t end, std::string_view name) noexcept {
+  const COJsonValue* child = chunk.values();
+  for (const COJsonValue* const last = child + (end - chunk.before); child != last; ++child) {
+    const std::string_view candidate = nodeOf(*child).obtainKey();
+    if (candidate.size() == name.size() && isSame(candidate.data(), name.data(), name.size())) return child;
+  }
+  return nullptr;
+}
+
+// Where a large document is walked, much of the time would go by waiting for memory. The members of the next items, and
+// their texts, lie some way after those of this one: they are asked for while this one is being read. Were it not
+// always inlined, the compiler would leave the call out as one without effects.
+[[gnu::always_inline]] inline void prefetchBeyond(const JsonNode& node) noexcept {
+  constexpr std::uintptr_t kLine = 64;
+  constexpr std::uintptr_t kDistance = 64 * kLine;
+  if (node.kind != JsonKind::Object || node.children.count == 0) return;
+  const COJsonValue* const members = node.children.last->values();
+  const auto nodes = reinterpret_cast<std::uintptr_t>(members) + kDistance;
+  const auto texts = reinterpret_cast<std::uintptr_t>(nodeOf(*members).keyBegin) + kDistance;
+  for (const std::uintptr_t place : {nodes, nodes + kLine, texts, texts + kLine}) {
+    __builtin_prefetch(reinterpret_cast<const void*>(place));
+  }
+}
+
+COJsonValue* addChild(JsonNode& node, std::string_view key) {
+  JsonChunk* chunk = node.children.last;
+  JsonNode child(JsonKind::New, chunk->arena->copyText(key));
+  child.arena = chunk->arena;
+  if (node.children.count == chunk->before + chunk->capacity) {
+    chunk = chunk->arena->createChunk(std::max(kFirstCapacity, node.children.count), chunk);
+    node.children.last = chunk;
+  }
+  return chunk->place(node.children.count++ - chunk->before, child);
+}
+
+/// The node of a value that can be given its content, otherwise null.
+JsonNode* newNodeOf(COJsonValue& value) noexcept {
+  JsonNode& node = nodeOf(value);
+  return qxAssert(node.kind == JsonKind::New) ? &node : nullptr;
+}
+
 }  // namespace
+
+COJson JsonAccess::parse(std::unique_ptr<JsonArena> arena, std::uint64_t mostValueBytes) {
+  return COJson(std::move(arena), mostValueBytes);
+}
+
+COJson parseJsonView(KeptText text) {
+  return JsonAccess::parse(std::make_unique<JsonArena>(JsonArena::View{text.obtainView()}), kNoLimit);
+}
+
+void setStringView(COJsonValue& value, KeptText text) {
+  if (JsonNode* const node = newNodeOf(value)) node->setText(node->arena->viewText(text.obtainView()));
+}
+
+}  // namespace qx
+
+using namespace qx;
 
 ICOJsonValue::~ICOJsonValue() = default;
 
-bool COJsonValue::getIsValidJson() const noexcept { return node_.kind < Kind::Invalid; }
+COJsonValue::COJsonValue() noexcept {
+  static_assert(sizeof node_ == sizeof(JsonNode) && alignof(COJsonValue) == alignof(JsonNode));
+  ::new (node_) JsonNode;
+}
+
+bool COJsonValue::getIsValidJson() const noexcept { return nodeOf(*this).kind < JsonKind::Invalid; }
+
+COJsonValueType COJsonValue::obtainType() const noexcept {
+  const JsonKind kind = nodeOf(*this).kind;
+  if (kind <= JsonKind::Boolean) return static_cast<COJsonValueType>(kind);
+  return kind == JsonKind::Unsigned ? COJsonValueType::Integer : COJsonValueType::Null;
+}
 
 const COJsonValue* COJsonValue::obtainKeyValue(std::string_view key) const noexcept {
-  if (node_.kind != Kind::Object) return nullptr;
-  Chunk* chunk = node_.children.last;
-  const COJsonValue* found = COJsonArena::findIn(*chunk, node_.children.count, key);
+  const JsonNode& node = nodeOf(*this);
+  if (node.kind != JsonKind::Object) return nullptr;
+  JsonChunk* chunk = node.children.last;
+  const COJsonValue* found = findIn(*chunk, node.children.count, key);
   // Chunks are linked from the back, so a match in an earlier one takes the place of a later one's.
   for (; chunk->previous != nullptr; chunk = chunk->previous) {
-    if (const COJsonValue* const earlier = COJsonArena::findIn(*chunk->previous, chunk->before, key)) found = earlier;
+    if (const COJsonValue* const earlier = findIn(*chunk->previous, chunk->before, key)) found = earlier;
   }
   return found;
 }
 
+std::size_t COJsonValue::obtainArraySize() const noexcept {
+  const JsonNode& node = nodeOf(*this);
+  return node.kind == JsonKind::Array ? node.children.count : 0;
+}
+
 const COJsonValue* COJsonValue::obtainArrayItem(std::size_t index) const noexcept {
   if (index >= obtainArraySize()) return nullptr;
-  const COJsonValue& item = COJsonArena::childOf(node_, index);
-  COJsonArena::fetchBeyond(item.node_);
+  const COJsonValue& item = childOf(nodeOf(*this), index);
+  prefetchBeyond(nodeOf(item));
   return &item;
 }
 
-std::string COJsonValue::obtainStringValue() const {
-  if (node_.kind != Kind::Pieces) return std::string(obtainStringView());
-  std::string text;
-  for (const std::string_view piece : COJsonArena::piecesOf(node_)) text.append(piece);
-  return text;
+std::string COJsonValue::obtainStringValue() const { return std::string(obtainStringView()); }
+
+std::string_view COJsonValue::obtainStringView() const noexcept {
+  const JsonNode& node = nodeOf(*this);
+  return node.kind == JsonKind::String ? node.obtainText() : std::string_view();
 }
 
 std::int32_t COJsonValue::obtainIntValue() const noexcept {
-  if (node_.kind == Kind::Unsigned) return std::numeric_limits<std::int32_t>::max();
-  return node_.kind == Kind::Signed ? holdWithin32Bits(node_.signedNumber) : 0;
+  const JsonNode& node = nodeOf(*this);
+  if (node.kind == JsonKind::Unsigned) return std::numeric_limits<std::int32_t>::max();
+  return node.kind == JsonKind::Signed ? clampTo32Bits(node.signedNumber) : 0;
 }
 
 double COJsonValue::obtainDoubleValue() const noexcept {
-  if (node_.kind == Kind::Double) return node_.number;
-  if (node_.kind == Kind::Unsigned) return static_cast<double>(node_.unsignedNumber);
-  return node_.kind == Kind::Signed ? static_cast<double>(node_.signedNumber) : 0;
+  const JsonNode& node = nodeOf(*this);
+  if (node.kind == JsonKind::Double) return node.number;
+  if (node.kind == JsonKind::Unsigned) return static_cast<double>(node.unsignedNumber);
+  return node.kind == JsonKind::Signed ? static_cast<double>(node.signedNumber) : 0;
 }
 
-bool COJsonValue::obtainBoolValue() const noexcept { return node_.kind == Kind::Boolean && node_.truth; }
-
-COJsonValue* COJsonValue::addChild(std::string_view key) {
-  Chunk* chunk = node_.children.last;
-  Node child(Kind::New, chunk->arena->copyText(key));
-  child.arena = chunk->arena;
-  if (node_.children.count == chunk->before + chunk->capacity) {
-    chunk = chunk->arena->createChunk(std::max(kFirstCapacity, node_.children.count), chunk);
-    node_.children.last = chunk;
-  }
-  return chunk->place(node_.children.count++ - chunk->before, child);
+bool COJsonValue::obtainBoolValue() const noexcept {
+  const JsonNode& node = nodeOf(*this);
+  return node.kind == JsonKind::Boolean && node.truth;
 }
 
 COJsonValue* COJsonValue::addKeyValue(std::string_view key) {
-  if (node_.kind == Kind::New) COJsonArena::makeContainer(node_, Kind::Object, kFirstCapacity);
-  if (!qxAssert(node_.kind == Kind::Object)) return nullptr;
-  return addChild(key);
+  JsonNode& node = nodeOf(*this);
+  if (node.kind == JsonKind::New) JsonArena::makeContainer(node, JsonKind::Object, kFirstCapacity);
+  if (!qxAssert(node.kind == JsonKind::Object)) return nullptr;
+  return addChild(node, key);
 }
 
 COJsonValue* COJsonValue::addArrayItem() {
-  if (node_.kind == Kind::New) COJsonArena::makeContainer(node_, Kind::Array, kFirstCapacity);
-  if (isEmptyObject()) node_.kind = Kind::Array;
-  if (!qxAssert(node_.kind == Kind::Array)) return nullptr;
-  return addChild({});
+  JsonNode& node = nodeOf(*this);
+  if (node.kind == JsonKind::New) JsonArena::makeContainer(node, JsonKind::Array, kFirstCapacity);
+  if (node.isEmptyObject()) node.kind = JsonKind::Array;
+  if (!qxAssert(node.kind == JsonKind::Array)) return nullptr;
+  return addChild(node, {});
 }
 
 void COJsonValue::setAsArray() {
-  if (isEmptyObject()) {
-    node_.kind = Kind::Array;
-  } else if (qxAssert(node_.kind == Kind::New)) {
-    COJsonArena::makeContainer(node_, Kind::Array, 0);
+  JsonNode& node = nodeOf(*this);
+  if (node.isEmptyObject()) {
+    node.kind = JsonKind::Array;
+  } else if (qxAssert(node.kind == JsonKind::New)) {
+    JsonArena::makeContainer(node, JsonKind::Array, 0);
   }
 }
 
-bool COJsonValue::isEmptyObject() const noexcept { return node_.kind == Kind::Object && node_.children.count == 0; }
-
 void COJsonValue::setStringValue(std::string_view value) {
-  if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->copyText(value));
-}
-
-void COJsonValue::borrowStringValue(std::string_view value) {
-  if (qxAssert(node_.kind == Kind::New)) COJsonArena::setText(node_, node_.arena->borrowText(value));
-}
-
-void COJsonValue::borrowStringValue(const std::vector<std::string_view>& pieces) {
-  if (!qxAssert(node_.kind == Kind::New)) return;
-  node_.pieces = {node_.arena->borrowPieces(pieces), pieces.size()};
-  node_.kind = Kind::Pieces;
+  if (JsonNode* const node = newNodeOf(*this)) node->setText(node->arena->copyText(value));
 }
 
 void COJsonValue::setIntValue(std::int32_t value) {
-  if (!qxAssert(node_.kind == Kind::New)) return;
-  node_.kind = Kind::Signed;
-  node_.signedNumber = value;
+  JsonNode* const node = newNodeOf(*this);
+  if (node == nullptr) return;
+  node->kind = JsonKind::Signed;
+  node->signedNumber = value;
 }
 
 void COJsonValue::setDoubleValue(double value) {
-  if (!qxAssert(node_.kind == Kind::New)) return;
-  node_.kind = Kind::Double;
-  node_.number = value;
+  JsonNode* const node = newNodeOf(*this);
+  if (node == nullptr) return;
+  node->kind = JsonKind::Double;
+  node->number = value;
 }
 
 void COJsonValue::setBoolValue(bool value) {
-  if (!qxAssert(node_.kind == Kind::New)) return;
-  node_.kind = Kind::Boolean;
-  node_.truth = value;
+  JsonNode* const node = newNodeOf(*this);
+  if (node == nullptr) return;
+  node->kind = JsonKind::Boolean;
+  node->truth = value;
 }
 
 std::string COJsonValue::obtainJsonString() const {
   std::string text;
-  qxWriteJson(node_, text);
+  writeJson(nodeOf(*this), text);
   return text;
 }
 
-COJson::COJson() : arena_(std::make_unique<COJsonArena>()) {
-  node_.arena = arena_.get();
-  COJsonArena::makeContainer(node_, Kind::Object, kFirstCapacity);
+COJson::COJson() : arena_(std::make_unique<JsonArena>()) {
+  JsonNode& node = nodeOf(*this);
+  node.arena = arena_.get();
+  JsonArena::makeContainer(node, JsonKind::Object, kFirstCapacity);
 }
 
-COJson::COJson(std::string text) : COJson(std::make_unique<COJsonArena>(std::move(text)), kNoLimit) {}
+COJson::COJson(std::string text) : COJson(std::make_unique<JsonArena>(std::move(text)), kNoLimit) {}
 
-COJson::COJson(std::unique_ptr<COJsonArena> arena, std::uint64_t mostValueBytes) : arena_(std::move(arena)) {
-  QXJsonResult result = qxParseJson(*arena_, node_, mostValueBytes);
-  if (result == QXJsonResult::NotJson) {
+COJson::COJson(std::unique_ptr<JsonArena> arena, std::uint64_t mostValueBytes) : arena_(std::move(arena)) {
+  JsonNode& node = nodeOf(*this);
+  JsonResult result = parseJson(*arena_, node, mostValueBytes);
+  if (result == JsonResult::NotJson) {
     // For the sake of one character or number a user would lose the reply around it.
     std::string text = arena_->releaseInput();
     arena_.reset();
-    if (qxRepairJson(text)) {
-      arena_ = std::make_unique<COJsonArena>(std::move(text));
-      result = qxParseJson(*arena_, node_, mostValueBytes);
+    if (repairJson(text)) {
+      arena_ = std::make_unique<JsonArena>(std::move(text));
+      result = parseJson(*arena_, node, mostValueBytes);
     }
   }
-  if (result == QXJsonResult::Parsed) return;
+  if (result == JsonResult::Parsed) return;
   arena_.reset();
-  node_.kind = result == QXJsonResult::TooLarge ? Kind::TooLarge : Kind::Invalid;
-}
-
-COJson COJson::parseBorrowed(std::string_view text) { return parseBorrowed(text, kNoLimit); }
-
-COJson COJson::parseBorrowed(std::string_view text, std::uint64_t mostValueBytes) {
-  return COJson(std::make_unique<COJsonArena>(COJsonArena::Borrowed{text}), mostValueBytes);
+  node.kind = result == JsonResult::TooLarge ? JsonKind::TooLarge : JsonKind::Invalid;
 }
 
 COJson::~COJson() = default;
@@ -172,6 +250,6 @@ std::string COJson::obtainJsonString() const {
   std::string text;
   // Texts are most of a document; an eighth more leaves room for what has to be escaped.
   if (arena_ != nullptr) text.reserve(arena_->obtainTextBytes() + arena_->obtainTextBytes() / 8);
-  qxWriteJson(node_, text);
+  writeJson(nodeOf(*this), text);
   return text;
 }

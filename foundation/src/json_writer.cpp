@@ -11,14 +11,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <span>
 #include <string_view>
 #include <vector>
 
-namespace {
+namespace qx {
 
-using Kind = COJsonArena::Kind;
-using Node = COJsonArena::Node;
+namespace {
 
 // Few documents are deeper.
 constexpr std::size_t kUsualDepth = 8;
@@ -108,12 +106,6 @@ class Output {
     put('"');
   }
 
-  void putString(std::span<const std::string_view> pieces) {
-    put('"');
-    for (const std::string_view piece : pieces) putCharacters(piece);
-    put('"');
-  }
-
  private:
   static constexpr std::size_t kLongestNumber = 32;
 
@@ -156,19 +148,17 @@ class Output {
   std::size_t used_ = 0;
 };
 
-void putScalar(const Node& node, Output& output) {
+void putScalar(const JsonNode& node, Output& output) {
   switch (node.kind) {
-    case Kind::String:
-      return output.putString(COJsonArena::textOf(node));
-    case Kind::Pieces:
-      return output.putString(COJsonArena::piecesOf(node));
-    case Kind::Signed:
+    case JsonKind::String:
+      return output.putString(node.obtainText());
+    case JsonKind::Signed:
       return output.putNumber(node.signedNumber);
-    case Kind::Unsigned:
+    case JsonKind::Unsigned:
       return output.putNumber(node.unsignedNumber);
-    case Kind::Boolean:
+    case JsonKind::Boolean:
       return output.put(node.truth ? "true" : "false");
-    case Kind::Double:
+    case JsonKind::Double:
       if (std::isfinite(node.number)) return output.putDouble(node.number);
       [[fallthrough]];
     default:
@@ -178,21 +168,21 @@ void putScalar(const Node& node, Output& output) {
 
 /// A container that has been begun, and the child that comes next.
 struct OpenContainer {
-  const Node* node;
+  const JsonNode* node;
   std::size_t next;
 
-  bool isObject() const noexcept { return node->kind == Kind::Object; }
+  bool isObject() const noexcept { return node->kind == JsonKind::Object; }
 };
 
 }  // namespace
 
 // Without recursion: a caller can build documents of any depth.
-void qxWriteJson(const COJsonArena::Node& root, std::string& text) {
+void writeJson(const JsonNode& root, std::string& text) {
   Output output(text);
   std::vector<OpenContainer> open;
   open.reserve(kUsualDepth);
-  for (const Node* node = &root;;) {
-    if (COJsonArena::isContainer(*node)) {
+  for (const JsonNode* node = &root;;) {
+    if (node->isContainer()) {
       open.push_back({node, 0});
       output.put(open.back().isObject() ? '{' : '[');
     } else {
@@ -206,10 +196,12 @@ void qxWriteJson(const COJsonArena::Node& root, std::string& text) {
 
     OpenContainer& container = open.back();
     if (container.next != 0) output.put(',');
-    node = &COJsonArena::nodeOf(COJsonArena::childOf(*container.node, container.next++));
+    node = &JsonAccess::nodeOf(childOf(*container.node, container.next++));
     if (container.isObject()) {
-      output.putString(COJsonArena::keyOf(*node));
+      output.putString(node->obtainKey());
       output.put(':');
     }
   }
 }
+
+}  // namespace qx

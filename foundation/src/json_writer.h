@@ -3,7 +3,11 @@
 
 #include <string>
 
-#include "json_arena.h"
+#include "json_node.h"
+
+namespace qx {
 
 /// Appends the JSON text of `root`, of whatever depth, without white space between tokens.
-void qxWriteJson(const COJsonArena::Node& root, std::string& text);
+void writeJson(const JsonNode& root, std::string& text);
+
+}  // namespace qx

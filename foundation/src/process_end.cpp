@@ -1,4 +1,4 @@
-#include "qx/process_end.h"
+#include "qx/internal/process_end.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -12,8 +12,8 @@ void noteProcessEnd() { gIsEnding = true; }
 
 }  // namespace
 
-void qxWatchForProcessEnd() noexcept {
+void qx::watchForProcessEnd() noexcept {
   if (std::atexit(noteProcessEnd) != 0) gIsEnding = true;
 }
 
-bool qxIsProcessEnding() noexcept { return gIsEnding; }
+bool qx::isProcessEnding() noexcept { return gIsEnding; }

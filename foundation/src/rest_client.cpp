@@ -4,8 +4,8 @@
 #include <memory>
 #include <utility>
 
-#include "qx/assertion.h"
 #include "qx/http_pool_center.h"
+#include "qx/internal/assertion.h"
 #include "qx/rest_error.h"
 #include "rest_call.h"
 #include "rest_headers.h"

@@ -3,6 +3,8 @@
 #include <limits>
 #include <utility>
 
+#include "json_arena.h"
+
 CMRestResourceResponse::CMRestResourceResponse(std::string body)
     : CMRestResourceResponse(std::move(body), std::numeric_limits<std::uint64_t>::max()) {}
 
@@ -13,9 +15,10 @@ CMRestResourceResponse::~CMRestResourceResponse() = default;
 
 std::unique_ptr<const COJson> CMRestResourceResponse::parse(std::uint64_t mostValueBytes) {
   if (buffer_.empty()) return nullptr;
-  std::unique_ptr<const COJson> json(new COJson(COJson::parseBorrowed(buffer_, mostValueBytes)));
+  auto arena = std::make_unique<qx::JsonArena>(qx::JsonArena::View{buffer_});
+  std::unique_ptr<const COJson> json(new COJson(qx::JsonAccess::parse(std::move(arena), mostValueBytes)));
   if (json->getIsValidJson()) return json;
-  isTooLarge_ = json->isTooLarge();
+  isTooLarge_ = qx::JsonAccess::nodeOf(*json).kind == qx::JsonKind::TooLarge;
   if (isTooLarge_) buffer_ = std::string();
   return nullptr;
 }

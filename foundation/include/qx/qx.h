@@ -7,7 +7,6 @@
 #include "qx/defer.h"
 #include "qx/http_pool_center.h"
 #include "qx/json.h"
-#include "qx/process_end.h"
 #include "qx/rest_client.h"
 #include "qx/rest_error.h"
 #include "qx/rest_request.h"

@@ -1,4 +1,4 @@
-#include "zea_error_text.h"
+#include "zea_provider_error.h"
 
 #include <optional>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "zea_localize.h"
+#include "zea_failure_text.h"
 
 #include <cstring>
 
