@@ -19,7 +19,7 @@ constexpr std::int32_t kDefaultMaxTokens = 1024;
 constexpr char kMaxTokens[] = "max_tokens";  // the property's key and the request's member
 constexpr char kDateFormat[] = "%Y-%m-%dT%H:%M:%SZ";
 
-/// A date as the number that listings are sorted by, held within 32 bits; one that can't be read comes last.
+/// A date as the number that listings are sorted by, clamped to 32 bits; one that can't be read comes last.
 std::int32_t sortKeyOf(const ICSDateTimeConverter& converter, std::string_view date) {
   const std::unique_ptr<CODateTime> parsed(CODateTime::dateTimeFromString(std::string(date), kDateFormat));
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(converter.toEpochSeconds(*parsed, 0),

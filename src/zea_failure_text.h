@@ -10,8 +10,8 @@ inline constexpr char kModelIsEmpty[] = "Model is empty";
 inline constexpr char kInvalidResponse[] = "Invalid response";
 inline constexpr char kUnsupportedDataFormat[] = "Unsupported data format";
 
-/// The host's translation of the text; the text itself when there is no callback or it declines. An empty text gives
-/// an empty one, and the callback isn't asked. Nothing is cached: each failure asks anew.
+/// The host's translation of the text; the text itself when there is no callback or it declines. An empty text is
+/// returned as it is, and the callback isn't asked. Nothing is cached: each failure asks anew.
 std::string localizeText(const std::string& text);
 
 }  // namespace zea

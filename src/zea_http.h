@@ -12,7 +12,7 @@ class ICOJsonValue;
 
 namespace zea::HTTP {
 
-/// What a call gives: the response, which is there in every case and which the caller owns and deletes, and the
+/// What a call returns: the response, which is there in every case and which the caller owns and deletes, and the
 /// transport's text for the user, empty on success. A failed HTTP status is a failure of the transport too.
 using Result = std::pair<CMRestResourceResponse*, std::string>;
 

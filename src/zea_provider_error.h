@@ -1,4 +1,4 @@
-// How the providers' error bodies become a text for the user. A body of any form gives a text, an empty one at worst.
+// How the providers' error bodies become a text for the user. A body of any form makes a text, an empty one at worst.
 #pragma once
 
 #include <string>

@@ -16,7 +16,7 @@ namespace {
 /// Whether an element of the structure document is as it should be; one that isn't is reported to developers.
 bool accept(bool isAsItShouldBe) { return isAsItShouldBe || qxAssert(false); }
 
-/// Appends one CREATE statement to a text. A walker for the stack of one function: the operations return false as
+/// Appends one CREATE statement to a text. For the stack of one function: the operations return false as
 /// soon as the description is rejected, and what they have written by then is taken back at the end. Names and types
 /// are written as they stand: the text is for a model, and nobody executes it.
 class StatementWriter {

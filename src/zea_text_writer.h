@@ -1,4 +1,4 @@
-// Writing a text out of many small pieces.
+// Writing a text out of many small parts.
 #pragma once
 
 #include <array>
@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-/// Appends pieces to a text. It collects them on the way, since appending each to the string costs more than making
+/// Appends parts to a text. It collects them on the way, since appending each to the string costs more than making
 /// it: the text is whole once `flush` has been called. The string is not owned; nobody else may change it meanwhile.
 /// For the stack of one function.
 class ZEATextWriter {
@@ -15,9 +15,9 @@ class ZEATextWriter {
   ZEATextWriter(const ZEATextWriter&) = delete;
   ZEATextWriter& operator=(const ZEATextWriter&) = delete;
 
-  template <class... Pieces>
-  void put(const Pieces&... pieces) {
-    putViews(std::string_view(pieces)...);
+  template <class... Parts>
+  void put(const Parts&... parts) {
+    putViews(std::string_view(parts)...);
   }
 
   /// How long the text is by now, and back to what it was then.
@@ -34,17 +34,17 @@ class ZEATextWriter {
 
  private:
   template <class... Views>
-  void putViews(Views... pieces) {
-    const std::size_t size = (pieces.size() + ...);
+  void putViews(Views... parts) {
+    const std::size_t size = (parts.size() + ...);
     if (size > buffer_.size() - used_) flush();
     if (size > buffer_.size()) {
-      (text_.append(pieces), ...);
+      (text_.append(parts), ...);
     } else {
-      (collect(pieces), ...);
+      (collect(parts), ...);
     }
   }
 
-  void collect(std::string_view piece) { used_ += piece.copy(buffer_.data() + used_, piece.size()); }
+  void collect(std::string_view part) { used_ += part.copy(buffer_.data() + used_, part.size()); }
 
   std::string& text_;
   std::array<char, 4096> buffer_;

@@ -232,7 +232,7 @@ class TreeHandler {
   std::uint64_t mostBytes_;
   std::uint64_t arenaBytes_ = 0;  // what the values in the arena take
   bool isTooLarge_ = false;
-  WaitingValues waiting_;  // first the root, then open containers, each with its children so far behind it
+  WaitingValues waiting_;  // first the root, then open containers, each followed by its children so far
   std::string_view key_;
   std::string parts_;
 };
@@ -264,7 +264,7 @@ bool repairSurrogates(std::string& text) {
   return isRepaired;
 }
 
-/// The position behind the string whose opening quotation mark stands at `position`.
+/// The position after the string whose opening quotation mark stands at `position`.
 std::size_t skipString(std::string_view text, std::size_t position) {
   do {
     position = text.find_first_of("\"\\", position + 1);

@@ -48,8 +48,8 @@ std::size_t countPlain(const char* characters) noexcept {
 
 #endif
 
-/// Copies up to the first character that must be escaped, `size` characters at most. Gives how many it has copied; some
-/// of what follows may have been written behind them.
+/// Copies up to the first character that must be escaped, `size` characters at most. Returns how many it has copied;
+/// some of what follows may have been written after them.
 std::size_t copyPlain(const char* from, char* to, std::size_t size) noexcept {
   std::size_t copied = 0;
   while (size - copied >= kBlockSize) {

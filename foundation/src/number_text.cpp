@@ -7,7 +7,7 @@
 namespace {
 
 /// Whether a number outside a double's range is too large rather than too small: by the power of ten of its first
-/// digit, since std::from_chars gives the same error for both.
+/// digit, since std::from_chars reports the same error for both.
 bool isTooLarge(std::string_view number) {
   const std::size_t exponentAt = number.find_first_of("eE");
   std::int64_t power = 0;

@@ -14,13 +14,13 @@
 /// A conversation with a model of one provider. Made by `ZEACreateAssistant`, owned by the host and given back with
 /// `ZEAFreeObject`. One thread at a time may use it, its properties and its memory.
 ///
-/// Operations that can fail give a pair: on success the text is empty; on failure the text is meant for the user and
+/// Operations that can fail return a pair: on success the text is empty; on failure the text is meant for the user and
 /// the first member is null or empty. Where a server has said what is wrong the text is in its words, unchanged, and
 /// they may hold the key that it was sent: whoever shows or logs the text masks it with `qxMaskSecret` first. The
 /// library's own sentences hold no key.
 class IZEAAssistant : public IZEAObject {
  public:
-  /// Gives the memory to the caller, who owns it from now on and frees it with `ZEAFreeObject` after the assistant is
+  /// Hands the memory to the caller, who owns it from now on and frees it with `ZEAFreeObject` after the assistant is
   /// gone or has another memory: the assistant goes on using it. A memory that was the caller's anyway stays so.
   virtual IZEAAssistantMemory* releaseMemory() = 0;
 
@@ -42,7 +42,7 @@ class IZEAAssistant : public IZEAObject {
   virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;
 
   /// Calls `function` with the live properties, then holds the temperature in the provider's range and puts a changed
-  /// key to use. The properties are borrowed until the function returns. Gives an empty text. Throws
+  /// key to use. The properties are borrowed until the function returns. Returns an empty text. Throws
   /// `std::bad_function_call` for an empty function, and whatever `function` throws.
   virtual std::string updateProperties(std::function<void(IZEAProperties*)> function) = 0;
 
@@ -51,7 +51,7 @@ class IZEAAssistant : public IZEAObject {
   /// outlive that memory.
   virtual IZEAProperties* obtainProperties() const = 0;
 
-  /// Sends the user's text, with the system prompt and the remembered turns, and gives the model's reply, which the
+  /// Sends the user's text, with the system prompt and the remembered turns, and returns the model's reply, which the
   /// caller owns and frees with `ZEAFreeObject`. Blocks until the provider has answered. Only an answered message is
   /// remembered: one that failed leaves no trace, and the next one goes out as if it had not been. The text is bytes,
   /// sent unchanged, and may be empty. The text of a failure may hold the key, see above.

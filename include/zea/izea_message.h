@@ -8,7 +8,7 @@
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_object.h"
 
-/// A piece of a message. It belongs to its message and is never freed by itself.
+/// A part of a message. It belongs to its message and is never freed by itself.
 class IZEAMessageSection {
  public:
   virtual ~IZEAMessageSection() = default;

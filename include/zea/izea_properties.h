@@ -33,10 +33,10 @@ class IZEAProperties : public IZEAObject {
   /// The value of a key; Null for a key that doesn't exist.
   virtual CMVariant obtainValue(const std::string& key) const = 0;
 
-  /// Sets a value and gives true. False, and nothing changes, for an unknown or read-only key, for a value of another
+  /// Sets a value and returns true. False, and nothing changes, for an unknown or read-only key, for a value of another
   /// kind than the key's, and for a "db_structure" text that is empty or no JSON. Two keys take any kind:
-  /// "db_structure" ignores one that is neither String nor List, "max_tokens" takes whatever `intValue` gives. Elements
-  /// of the structure that are not as they should be are passed over when it is read. Throws nothing but
+  /// "db_structure" ignores one that is neither String nor List, "max_tokens" takes whatever `intValue` returns.
+  /// Elements of the structure that are not as they should be are passed over when it is read. Throws nothing but
   /// `std::bad_alloc` and what the memory throws.
   virtual bool setValue(const std::string& key, const CMVariant& value) = 0;
 };

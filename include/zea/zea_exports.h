@@ -14,14 +14,14 @@ extern "C" {
 
 /// A new assistant. The caller owns it and gives it back with `ZEAFreeObject`. Any thread may call this.
 ///
-/// `pool`: the connections of this assistant, such as `QX::createHTTPPoolCenter()` gives. The assistant owns it from
+/// `pool`: the connections of this assistant, such as `QX::createHTTPPoolCenter()` makes. The assistant owns it from
 ///   now on, so each needs one of its own. Null: no connection is kept between two requests.
 /// `apiKey`: the provider's key; it may be empty. OLLAMA doesn't use it.
 /// `apiHost`: a host, or a base URL with http or https; empty or blank selects the provider's public host.
 /// `memory`: not owned, must outlive the assistant or be replaced by `setMemory`. Null: the assistant makes and owns
 ///   one.
 ///
-/// Gives null for a type that doesn't exist, and throws `std::bad_alloc`; in both cases `pool` stays the caller's.
+/// Returns null for a type that doesn't exist, and throws `std::bad_alloc`; in both cases `pool` stays the caller's.
 ZEA_API IZEAAssistant* ZEACreateAssistant(ZEAAssistantType type, ICSHTTPPoolCenter* pool, const std::string& apiKey,
                                           const std::string& apiHost, IZEAAssistantMemory* memory);
 

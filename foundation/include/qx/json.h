@@ -24,7 +24,7 @@ class QX_API ICOJsonValue {
   virtual ~ICOJsonValue();
   /// The JSON text, without white space between its tokens.
   virtual std::string obtainJsonString() const = 0;
-  /// The same once nobody but the caller needs the text any more: a value that holds it ready gives it away instead of
+  /// The same once nobody but the caller needs the text any more: a value that holds it ready moves it out instead of
   /// a copy. Called once, by the call that sends it.
   virtual std::string releaseJsonString() { return obtainJsonString(); }
 };

@@ -25,7 +25,7 @@ class QX_API CMVariant {
   CMVariant(int value) noexcept;     // NOLINT: values are meant to convert
   CMVariant(double value) noexcept;  // NOLINT
   CMVariant(std::string value);      // NOLINT
-  CMVariant(const char* value);      // NOLINT; null gives an empty String
+  CMVariant(const char* value);      // NOLINT; null makes an empty String
   CMVariant(CMVariantList value);    // NOLINT
   CMVariant(CMVariantMap value);     // NOLINT
   CMVariant(bool) = delete;          // a truth value is the Int 0 or 1: say which
@@ -40,8 +40,8 @@ class QX_API CMVariant {
 
   /// A String as it is; an Int or a Double in decimal notation, independent of the locale; otherwise empty.
   std::string stringValue() const;
-  /// An Int as it is; a Double truncated towards zero and held within 32 bits (not-a-number gives 0); a String by
-  /// the decimal number that it begins with, held within 32 bits; otherwise 0.
+  /// An Int as it is; a Double truncated towards zero and clamped to 32 bits (not-a-number is 0); a String by
+  /// the decimal number that it begins with, clamped to 32 bits; otherwise 0.
   int intValue() const;
   /// A Double as it is; an Int converted; a String by the number that it begins with; otherwise 0.
   double doubleValue() const;
@@ -57,7 +57,7 @@ class QX_API CMVariant {
   const CMVariantMap* mapIfAny() const noexcept;
 
  private:
-  // The map stands behind a pointer because it cannot hold a class that is still being declared.
+  // The map is held by a pointer because it cannot hold a class that is still being declared.
   std::variant<std::monostate, std::string, std::int32_t, double, std::unique_ptr<CMVariantList>,
                std::unique_ptr<CMVariantMap>>
       value_;
