@@ -270,7 +270,8 @@ TEST(RestClient, LeavesNothingOfACallToTheNext) {
   EXPECT_EQ(caller.get(server.url(), {{"key", "2"}}).code, CMRestCode::Success);
 
   EXPECT_EQ(server.requests().at(2), "GET /?key=2 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                                         "\r\nAccept: */*\r\nUser-Agent: libqx/0.1.0\r\nAccept-Encoding: gzip\r\n\r\n");
+                                         "\r\nAccept: */*\r\nUser-Agent: libqx/" QX_VERSION
+                                         "\r\nAccept-Encoding: gzip\r\n\r\n");
 }
 
 TEST(RestClient, GivesEachCallItsOwnHeadersWhicheverOfThemChanges) {

@@ -95,6 +95,8 @@ TEST(Secret, IsMaskedInEveryForm) {
   for (const auto& [text, secret, expected] : cases) EXPECT_EQ(qxMaskSecret(text, secret), expected) << text;
 }
 
+TEST(Version, IsThatOfTheHeadersInUse) { EXPECT_STREQ(qxObtainVersion(), QX_VERSION); }
+
 TEST(DateTime, IsReadWholeOrNotAtAll) {
   constexpr std::int64_t kInvalid = std::numeric_limits<std::int32_t>::min();
   const std::string iso = "%Y-%m-%dT%H:%M:%SZ";

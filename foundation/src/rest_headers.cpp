@@ -5,6 +5,7 @@
 #include <string>
 
 #include "qx/secret.h"
+#include "qx/version.h"
 #include "text_view.h"
 
 namespace qx {

@@ -16,3 +16,4 @@
 #include "qx/secret.h"
 #include "qx/text.h"
 #include "qx/variant.h"
+#include "qx/version.h"

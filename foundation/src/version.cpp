@@ -1,0 +1,3 @@
+#include "qx/version.h"
+
+const char* qxObtainVersion() noexcept { return QX_VERSION; }
