@@ -177,7 +177,7 @@ TEST(RestClient, TellsHowATransferFailed) {
 
     EXPECT_EQ(answer.code, code) << reply.substr(0, 80);
     EXPECT_EQ(answer.body().empty(), code != CMRestCode::Success);
-    EXPECT_EQ(QX::obtainLastCode(caller.pool.get()), code);
+    EXPECT_EQ(caller.cancelSource->obtainLastCode(), code);
     EXPECT_EQ(server.requests().size(), 1U);
   }
 }
@@ -396,6 +396,16 @@ TEST(CancelSource, EndsTheCallThatIsRunningAndNoOther) {
   EXPECT_EQ(caller.get(server.url()).body(), "3");
   caller.pool.reset();
   caller.cancelSource->cancel();
+  EXPECT_EQ(caller.cancelSource->obtainLastCode(), CMRestCode::Success);
+}
+
+// A second pool was made, and a cancel meant for one could end a call of the other.
+TEST(CancelSource, ServesOnePoolAlone) {
+  Caller caller;
+
+  EXPECT_EQ(QX::createHTTPPoolCenter(caller.cancelSource), nullptr);
+  caller.pool.reset();
+  EXPECT_EQ(QX::createHTTPPoolCenter(caller.cancelSource), nullptr);
 }
 
 TEST(ErrorTranslator, HasASentenceOfItsOwnForEachCode) {

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <new>
+#include <string>
 #include <type_traits>
 
 namespace qx {
@@ -26,6 +27,9 @@ using CurlMulti = std::unique_ptr<CURLM, CurlRelease<curl_multi_cleanup>>;
 using CurlShare = std::unique_ptr<CURLSH, CurlRelease<curl_share_cleanup>>;
 using CurlList = std::unique_ptr<curl_slist, CurlRelease<freeKeyedList>>;
 using CurlURL = std::unique_ptr<CURLU, CurlRelease<curl_url_cleanup>>;
+
+/// Adds a copy of the line at the end. False, and the list is as it was, for want of memory.
+[[nodiscard]] bool appendTo(CurlList& list, const std::string& line) noexcept;
 
 /// A transfer. The first option that cannot be set is remembered, so that a row of them is checked once at its end.
 class CurlEasy {

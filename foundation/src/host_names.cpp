@@ -75,10 +75,7 @@ void HostNames::add(const RestEndpoint& endpoint, const std::vector<std::string>
   std::string line = "+" + endpoint.host + ":" + endpoint.port;
   for (std::size_t i = 0; i < std::min(addresses.size(), kMost); ++i)
     line.append(i == 0 ? ":" : ",").append(addresses[i]);
-  curl_slist* const longer = curl_slist_append(found_.get(), line.c_str());
-  if (longer == nullptr) throw std::bad_alloc();
-  static_cast<void>(found_.release());  // it is part of the longer one
-  found_.reset(longer);
+  if (!appendTo(found_, line)) throw std::bad_alloc();
 }
 
 }  // namespace qx

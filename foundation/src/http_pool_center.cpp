@@ -2,64 +2,32 @@
 
 #include <utility>
 
-#include "qx_http_pool_center.h"
+#include "cancel_state.h"
+#include "pool_center.h"
 
 using namespace qx;
 
-struct QXCancelSource::State : CancelState {};
-
-QXCancelSource::QXCancelSource() : state_(std::make_unique<State>()) {}
+QXCancelSource::QXCancelSource() : state_(std::make_unique<CancelState>()) {}
 QXCancelSource::~QXCancelSource() = default;
 
 void QXCancelSource::cancel() noexcept { state_->cancel(); }
 
-ICSHTTPPoolCenter::~ICSHTTPPoolCenter() = default;
+std::int32_t QXCancelSource::obtainLastCode() const noexcept { return state_->obtainLastCode(); }
 
-QXCancelScope::QXCancelScope(ICSHTTPPoolCenter* pool) noexcept : pool_(QXHTTPPoolCenter::obtainFrom(pool)) {
-  if (CancelState* const state = pool_ != nullptr ? pool_->obtainCancelState() : nullptr) state->begin();
+QXCancelScope::QXCancelScope(ICSHTTPPoolCenter* pool) noexcept {
+  PoolCenter* const own = PoolCenter::obtainFrom(pool);
+  state_ = own != nullptr ? own->obtainCancelState() : nullptr;
+  if (state_ != nullptr) state_->begin();
 }
 
 QXCancelScope::~QXCancelScope() {
-  if (CancelState* const state = pool_ != nullptr ? pool_->obtainCancelState() : nullptr) state->end();
+  if (state_ != nullptr) state_->end();
 }
 
-QXHTTPPoolCenter::QXHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource)
-    : cancelSource_(std::move(cancelSource)) {}
-
-QXHTTPPoolCenter::~QXHTTPPoolCenter() = default;
-
-QXHTTPPoolCenter* QXHTTPPoolCenter::obtainFrom(ICSHTTPPoolCenter* pool) noexcept {
-  return dynamic_cast<QXHTTPPoolCenter*>(pool);
-}
-
-CancelState* QXHTTPPoolCenter::obtainCancelState() const noexcept {
-  return cancelSource_ ? cancelSource_->state_.get() : nullptr;
-}
-
-QXHTTPPoolCenter::Lease::Lease(QXHTTPPoolCenter* pool) {
-  if (pool == nullptr || pool->isBusy_.exchange(true)) return;
-  pool_ = pool;
-  cancel_ = pool->obtainCancelState();
-  if (cancel_ == nullptr) return;
-  cancel_->begin();
-  cancel_->setWaker(&loop_->obtainWaker());
-}
-
-QXHTTPPoolCenter::Lease::~Lease() {
-  if (cancel_ != nullptr) {
-    cancel_->setWaker(nullptr);
-    cancel_->end();
-  }
-  if (pool_ != nullptr) pool_->isBusy_ = false;
-}
+ICSHTTPPoolCenter::~ICSHTTPPoolCenter() = default;
 
 ICSHTTPPoolCenter* QX::createHTTPPoolCenter() { return createHTTPPoolCenter(nullptr); }
 
 ICSHTTPPoolCenter* QX::createHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource) {
-  return std::make_unique<QXHTTPPoolCenter>(std::move(cancelSource)).release();
-}
-
-std::int32_t QX::obtainLastCode(const ICSHTTPPoolCenter* pool) noexcept {
-  const auto* const own = dynamic_cast<const QXHTTPPoolCenter*>(pool);
-  return own != nullptr ? own->obtainLastCode() : 0;
+  return PoolCenter::create(std::move(cancelSource)).release();
 }

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "pool_center.h"
 #include "qx/rest_request.h"
 #include "qx/rest_settings.h"
-#include "qx_http_pool_center.h"
 
 namespace qx {
 
@@ -28,6 +28,6 @@ struct RestResult {
 
 /// Makes the call on this thread, through `pool` or, when that is null or busy, over a connection of its own. Nothing
 /// but `std::bad_alloc` is thrown.
-RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, QXHTTPPoolCenter* pool);
+RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, PoolCenter* pool);
 
 }  // namespace qx

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "qx/http_pool_center.h"
+#include "pool_center.h"
 #include "qx/internal/assertion.h"
 #include "qx/rest_error.h"
 #include "rest_call.h"
@@ -55,9 +55,15 @@ class RestClient final : public ICSRestClient {
     if (!qxAssert(response != nullptr)) return result.code;
     auto filled = std::make_unique<CMRestResourceResponse>(std::move(result.body), obtainSettings().maxResponseBytes);
     if (filled->isTooLarge()) result.code = CMRestCode::ReplyTooLarge;
-    if (QXHTTPPoolCenter* const pool = obtainPool(); pool != nullptr) pool->setLastCode(result.code);
+    noteCode(result.code);
     *response = filled.release();
     return result.code;
+  }
+
+  void noteCode(std::int32_t code) const noexcept {
+    PoolCenter* const pool = obtainPool();
+    CancelState* const state = pool != nullptr ? pool->obtainCancelState() : nullptr;
+    if (state != nullptr) state->setLastCode(code);
   }
 
   const CMRestGlobalSettings& obtainSettings() const {
@@ -67,8 +73,8 @@ class RestClient final : public ICSRestClient {
     return *defaults;
   }
 
-  QXHTTPPoolCenter* obtainPool() const noexcept {
-    return session_ != nullptr ? QXHTTPPoolCenter::obtainFrom(session_->poolCenter) : nullptr;
+  PoolCenter* obtainPool() const noexcept {
+    return session_ != nullptr ? PoolCenter::obtainFrom(session_->poolCenter) : nullptr;
   }
 
   const CMRestGlobalSettings* settings_;

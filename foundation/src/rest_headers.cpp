@@ -37,11 +37,9 @@ void appendLine(CurlList& lines, std::string_view name, std::string_view separat
   std::string line;
   line.reserve(name.size() + separator.size() + value.size());
   line.append(name).append(separator).append(value);
-  curl_slist* const longer = curl_slist_append(lines.get(), line.c_str());
+  const bool isAppended = appendTo(lines, line);
   qxWipe(line);
-  if (longer == nullptr) throw std::bad_alloc();
-  static_cast<void>(lines.release());  // it is part of the longer one
-  lines.reset(longer);
+  if (!isAppended) throw std::bad_alloc();
 }
 
 bool appendHeader(CurlList& lines, std::string_view name, std::string_view value) {

@@ -142,9 +142,10 @@ std::string encodeURL(std::string_view text, const CMRestParamList& query) {
   return result;
 }
 
-std::string obtainPart(const CurlURL& parsed, CURLUPart part) {
+/// Empty when the URL has no such part.
+std::string obtainPart(const CurlURL& parsed, CURLUPart part, unsigned flags = CURLU_DEFAULT_PORT) {
   char* text = nullptr;
-  if (curl_url_get(parsed.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) return {};
+  if (curl_url_get(parsed.get(), part, &text, flags) != CURLUE_OK) return {};
   const std::unique_ptr<char, CurlRelease<curl_free>> owned(text);
   return text;
 }
@@ -192,7 +193,7 @@ bool isSecureURL(std::string_view url) noexcept {
   return isSameIgnoringCase(url.substr(0, kScheme.size()), kScheme);
 }
 
-std::optional<std::string> normalizeProxyURL(const std::string& url) {
+std::optional<ProxyURL> ProxyURL::read(const std::string& url) {
   if (url.find('\0') != std::string::npos) return std::nullopt;
   const std::size_t schemeEnd = url.find(kSeparator);
   const bool hasScheme = schemeEnd != std::string::npos;
@@ -200,18 +201,16 @@ std::optional<std::string> normalizeProxyURL(const std::string& url) {
   std::string text = url;
   const std::size_t begin = hasScheme ? schemeEnd + kSeparator.size() : 0;
   if (!convertHost(text, begin, std::min(url.find_first_of("/?#", begin), url.size()))) return std::nullopt;
-  if (!parse(text, CURLU_GUESS_SCHEME)) return std::nullopt;
-  return text;
+  CurlURL parsed = parse(text, CURLU_GUESS_SCHEME);
+  if (!parsed) return std::nullopt;
+  return ProxyURL(std::move(text), std::move(parsed));
 }
 
-RestEndpoint obtainProxyEndpoint(const std::string& url) {
-  const CurlURL parsed = parse(url, CURLU_GUESS_SCHEME);
-  RestEndpoint endpoint = obtainEndpointOf(parsed);
+RestEndpoint ProxyURL::obtainEndpoint() const {
+  RestEndpoint endpoint = obtainEndpointOf(parsed_);
   // Where no port is named, libcurl asks a plain proxy at one of its own choice.
-  char* port = nullptr;
-  const bool hasPort = curl_url_get(parsed.get(), CURLUPART_PORT, &port, 0) == CURLUE_OK;
-  const std::unique_ptr<char, CurlRelease<curl_free>> owned(port);
-  if (!hasPort && obtainPart(parsed, CURLUPART_SCHEME) != "https") endpoint.port = "1080";
+  const bool hasPort = !obtainPart(parsed_, CURLUPART_PORT, 0).empty();
+  if (!hasPort && obtainPart(parsed_, CURLUPART_SCHEME) != "https") endpoint.port = "1080";
   return endpoint;
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "curl_handle.h"
 #include "qx/rest_request.h"
@@ -47,10 +48,23 @@ class RestURL {
 /// True for a URL of https, readable or not.
 bool isSecureURL(std::string_view url) noexcept;
 
-/// A proxy as libcurl is to be told it, its host's name as above; nothing when it is no readable URL of http or https
-/// or, without a scheme, of a host. Throws `std::bad_alloc`.
-std::optional<std::string> normalizeProxyURL(const std::string& url);
-/// Where a normalised proxy is asked.
-RestEndpoint obtainProxyEndpoint(const std::string& url);
+/// A proxy as libcurl is to be told it.
+class ProxyURL {
+ public:
+  /// Nothing when the text is no readable URL of http or https or, without a scheme, of a host. Throws
+  /// `std::bad_alloc`.
+  static std::optional<ProxyURL> read(const std::string& url);
+
+  /// The URL, its host's name as above.
+  const std::string& obtainText() const noexcept { return text_; }
+  /// Where the proxy is asked.
+  RestEndpoint obtainEndpoint() const;
+
+ private:
+  ProxyURL(std::string text, CurlURL parsed) : text_(std::move(text)), parsed_(std::move(parsed)) {}
+
+  std::string text_;
+  CurlURL parsed_;  // the same, as libcurl reads it
+};
 
 }  // namespace qx

@@ -17,10 +17,10 @@ constexpr std::int32_t kFirstStatus = 100;
 Connection::Connection(const Provider& provider, const std::string& key, const std::string& host,
                        IZEAAssistantMemory* memory)
     : provider_(provider) {
-  std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter());
+  std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter(calls_));
   assistant_.reset(ZEACreateAssistant(provider.type, pool.get(), key, host, memory));
   if (!assistant_) throw std::logic_error("The library does not know the provider.");
-  pool_ = pool.release();
+  static_cast<void>(pool.release());  // it is the assistant's now
 }
 
 void Connection::set(const std::string& key, const CMVariant& value) {
@@ -54,7 +54,7 @@ std::string Connection::ask(const std::string& question) {
 }
 
 Failure Connection::fail(const std::string& sentence) const {
-  const std::int32_t code = QX::obtainLastCode(pool_);
+  const std::int32_t code = calls_->obtainLastCode();
   const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
   return {isTransport ? ExitCode::Transport : ExitCode::Refused,
           sentence.empty() ? "The provider gave no reason." : sentence};

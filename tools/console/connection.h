@@ -41,7 +41,7 @@ class Connection {
   Failure fail(const std::string& sentence) const;
 
   Provider provider_;
-  ICSHTTPPoolCenter* pool_ = nullptr;  // the assistant's
+  std::shared_ptr<QXCancelSource> calls_ = std::make_shared<QXCancelSource>();  // knows how the last one ended
   Owned<IZEAAssistant> assistant_;
 };
 

@@ -6,6 +6,11 @@
 
 #include "qx/export.h"
 
+namespace qx {
+class CancelState;
+class PoolCenter;
+}  // namespace qx
+
 /// Keeps connections to servers open, so that the next call need not connect again. Serves one call at a time; a
 /// second one at the same time is safe, but makes a connection of its own. Nothing is shared between two pools but
 /// the certificates that the process trusts and, for a minute, the addresses of names. While no call is running it
@@ -29,13 +34,15 @@ class QX_API QXCancelSource {
   /// Any thread, at any time, also while the pool is being destroyed or after it is gone, and in a signal handler.
   void cancel() noexcept;
 
- private:
-  friend class QXHTTPPoolCenter;
-  struct State;
-  std::unique_ptr<State> state_;
-};
+  /// The code (`CMRestCode`, or an HTTP status) of the last call that has ended through the pool which this source
+  /// serves; 0 before the first. It is how a host tells a network's failure from a refusal by the server. Any thread,
+  /// at any time, also after the pool is gone.
+  std::int32_t obtainLastCode() const noexcept;
 
-class QXHTTPPoolCenter;
+ private:
+  friend class qx::PoolCenter;
+  std::unique_ptr<qx::CancelState> state_;
+};
 
 /// Something longer than a call that a cancel ends too: while it lives, a cancel counts for the next call through the
 /// pool as well, if none is running yet. Scopes may stand within each other. Used by the thread that makes the calls.
@@ -49,16 +56,13 @@ class QX_API QXCancelScope {
   QXCancelScope& operator=(const QXCancelScope&) = delete;
 
  private:
-  QXHTTPPoolCenter* pool_;
+  qx::CancelState* state_;  // lives at least as long as the pool; null: nothing to be done
 };
 
 namespace QX {
 /// A new pool. The caller owns it, or whatever it hands it to; it is given back with `delete`.
-QX_API ICSHTTPPoolCenter* createHTTPPoolCenter();
-/// A new pool whose calls can be ended through `cancelSource`, which serves this pool alone. Null: as above.
-QX_API ICSHTTPPoolCenter* createHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource);
-/// The code (`CMRestCode`, or an HTTP status) of the last call that ended in `pool`; 0 before the first, for null and
-/// for a pool that `createHTTPPoolCenter` did not make. It is how a host tells a network's failure from a refusal by
-/// the server. To be called by the thread whose calls go through the pool.
-QX_API std::int32_t obtainLastCode(const ICSHTTPPoolCenter* pool) noexcept;
+[[nodiscard]] QX_API ICSHTTPPoolCenter* createHTTPPoolCenter();
+/// A new pool whose calls can be ended through `cancelSource`, which it shares. A source serves one pool, and no other
+/// after that: for one that has been handed to a pool before, the result is null. Without a source: as above.
+[[nodiscard]] QX_API ICSHTTPPoolCenter* createHTTPPoolCenter(std::shared_ptr<QXCancelSource> cancelSource);
 }  // namespace QX
