@@ -8,6 +8,7 @@
 #include <fstream>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -180,6 +181,29 @@ TEST(RestClient, TellsHowATransferFailed) {
     EXPECT_EQ(caller.cancelSource->obtainLastCode(), code);
     EXPECT_EQ(server.requests().size(), 1U);
   }
+}
+
+// The pointer kept what it was before, although its contract said that it is always set.
+TEST(RestClient, LeavesNoReplyWhenABodyThrows) {
+  struct Unsendable : ICOJsonValue {
+    std::string obtainJsonString() const override { throw std::runtime_error("no text"); }
+  };
+  RawServer server({});
+  Caller caller;
+  Unsendable body;
+  CMRestPostRequest request;
+  request.setURL(server.url());
+  request.updateJson(&body);
+  CMRestResourceResponse earlier;
+  CMRestResourceResponse* response = &earlier;
+  ICSAppFactory* const factory = QX::obtainAppFactory();
+  const std::unique_ptr<ICSRestClient> client(
+      factory->obtainRestClientFactory()->createRestClient(factory, &caller.settings, &caller.session));
+
+  EXPECT_THROW(static_cast<void>(client->restPost(&request, &response)), std::runtime_error);
+
+  EXPECT_EQ(response, nullptr);
+  EXPECT_TRUE(server.requests().empty());
 }
 
 TEST(RestClient, TellsThatNobodyListensOrAnswersInTime) {

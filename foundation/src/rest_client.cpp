@@ -29,10 +29,12 @@ class RestClient final : public ICSRestClient {
   RestClient(const CMRestGlobalSettings* settings, CMRestSession* session) : settings_(settings), session_(session) {}
 
   std::int32_t restGet(CMRestGetRequest* request, CMRestResourceResponse** response) override {
+    clear(response);
     return finish(run(request, "", std::nullopt), response);
   }
 
   std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) override {
+    clear(response);
     ICOJsonValue* const json = request != nullptr ? request->obtainJson() : nullptr;
     return finish(run(request, json != nullptr ? kJsonContentType : "",
                       json != nullptr ? json->releaseJsonString() : std::string()),
@@ -40,6 +42,11 @@ class RestClient final : public ICSRestClient {
   }
 
  private:
+  // Ahead of all that may throw, a host's own JSON value included.
+  static void clear(CMRestResourceResponse** response) noexcept {
+    if (response != nullptr) *response = nullptr;
+  }
+
   RestResult run(const CMRestRequest* request, std::string_view contentType, std::optional<std::string> postBody) {
     if (!qxAssert(request != nullptr)) return {CMRestCode::TransferFailed, {}};
     if (!areSendable(request->obtainQueryParams())) return {CMRestCode::InvalidHeader, {}};

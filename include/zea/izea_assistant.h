@@ -39,7 +39,7 @@ class IZEAAssistant : public IZEAObject {
   /// Asks the provider for its models, in the order that suits a user: newest first where the provider tells dates,
   /// otherwise as they come. One request, which blocks. BYTEDANCE has no listing: an empty list at once.
   /// Nothing but the list is read; the conversation isn't touched. The text of a failure may hold the key, see above.
-  virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;
+  [[nodiscard]] virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;
 
   /// Calls `function` with the live properties, then holds the temperature in the provider's range and puts a changed
   /// key to use. The properties are borrowed until the function returns. Returns an empty text. Throws
@@ -49,11 +49,11 @@ class IZEAAssistant : public IZEAObject {
   /// A copy of the properties, for reading: what is set on it does not reach the assistant, but for "db_structure",
   /// which lives in the memory that both share. The caller owns it and frees it with `ZEAFreeObject`; it must not
   /// outlive that memory.
-  virtual IZEAProperties* obtainProperties() const = 0;
+  [[nodiscard]] virtual IZEAProperties* obtainProperties() const = 0;
 
   /// Sends the user's text, with the system prompt and the remembered turns, and returns the model's reply, which the
   /// caller owns and frees with `ZEAFreeObject`. Blocks until the provider has answered. Only an answered message is
   /// remembered: one that failed leaves no trace, and the next one goes out as if it had not been. The text is bytes,
   /// sent unchanged, and may be empty. The text of a failure may hold the key, see above.
-  virtual std::pair<IZEAMessage*, std::string> addMessage(std::string text) = 0;
+  [[nodiscard]] virtual std::pair<IZEAMessage*, std::string> addMessage(std::string text) = 0;
 };

@@ -22,8 +22,9 @@ extern "C" {
 ///   one.
 ///
 /// Returns null for a type that doesn't exist, and throws `std::bad_alloc`; in both cases `pool` stays the caller's.
-ZEA_API IZEAAssistant* ZEACreateAssistant(ZEAAssistantType type, ICSHTTPPoolCenter* pool, const std::string& apiKey,
-                                          const std::string& apiHost, IZEAAssistantMemory* memory);
+[[nodiscard]] ZEA_API IZEAAssistant* ZEACreateAssistant(ZEAAssistantType type, ICSHTTPPoolCenter* pool,
+                                                        const std::string& apiKey, const std::string& apiHost,
+                                                        IZEAAssistantMemory* memory);
 
 /// Frees what the library handed out: assistants, messages, copies of properties, released memories. Null does
 /// nothing. Any thread may call this, as long as none is using the object.

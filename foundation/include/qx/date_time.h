@@ -12,7 +12,7 @@ class QX_API CODateTime {
   /// Parses a text by a strftime-style format such as "%Y-%m-%dT%H:%M:%SZ", in the classic locale. Never null: a
   /// text that doesn't match the format whole, or names a day that doesn't exist, makes a date that is not valid.
   /// The caller owns the result and deletes it.
-  static CODateTime* dateTimeFromString(const std::string& text, const std::string& format);
+  [[nodiscard]] static CODateTime* dateTimeFromString(const std::string& text, const std::string& format);
 
   bool isValid() const noexcept { return isValid_; }
   /// Seconds since 1970-01-01T00:00:00Z, negative before. 0 when not valid.
@@ -37,5 +37,5 @@ class QX_API ICSDateTimeService {
  public:
   virtual ~ICSDateTimeService();
   /// A new converter. The caller owns it and deletes it.
-  virtual ICSDateTimeConverter* createDateTimeConverter() = 0;
+  [[nodiscard]] virtual ICSDateTimeConverter* createDateTimeConverter() = 0;
 };

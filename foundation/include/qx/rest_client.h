@@ -19,13 +19,13 @@ class QX_API ICSRestClient {
  public:
   virtual ~ICSRestClient();
 
-  /// Send the session's headers, the request's headers and query parameters through the session's pool. They give
+  /// Send the session's headers, the request's headers and query parameters through the session's pool. They return
   /// `CMRestCode::Success`, another `CMRestCode`, or the HTTP status of a reply whose status is not 2xx.
-  /// `*response` is set in every case: the caller owns it and deletes it. When the transfer itself failed it is
-  /// empty; a whole reply with a failed status keeps its body. Neither pointer may be null. Apart from
-  /// `std::bad_alloc`, which leaves `*response` untouched, nothing is thrown.
-  virtual std::int32_t restGet(CMRestGetRequest* request, CMRestResourceResponse** response) = 0;
-  virtual std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) = 0;
+  /// When they return, `*response` is a reply: the caller owns it and deletes it. When the transfer itself failed it is
+  /// empty; a whole reply with a failed status keeps its body. When they throw, `*response` is null. What they throw is
+  /// `std::bad_alloc` and, for a POST, whatever the body's `releaseJsonString` throws. Neither pointer may be null.
+  [[nodiscard]] virtual std::int32_t restGet(CMRestGetRequest* request, CMRestResourceResponse** response) = 0;
+  [[nodiscard]] virtual std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) = 0;
 };
 
 /// The service behind `ICSAppFactory::obtainRestClientFactory`. Lives as long as the process; any thread may use it.
@@ -34,6 +34,6 @@ class QX_API ICSRestClientFactory {
   virtual ~ICSRestClientFactory();
   /// A new client. The caller owns it and deletes it. Settings and session are not owned, must outlive the client and
   /// are read when a call begins. Null settings: the defaults. Null session: no headers and no pool.
-  virtual ICSRestClient* createRestClient(ICSAppFactory* factory, const CMRestGlobalSettings* settings,
-                                          CMRestSession* session) = 0;
+  [[nodiscard]] virtual ICSRestClient* createRestClient(ICSAppFactory* factory, const CMRestGlobalSettings* settings,
+                                                        CMRestSession* session) = 0;
 };
