@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "forked_process.h"
-#include "loopback_server.h"
+#include "loopback/answering_server.h"
 #include "question.h"
 #include "structure_document.h"
 
@@ -84,7 +84,7 @@ std::int64_t measureIdleAfterQuestion(const std::string& url) {
 }
 
 void serve(const Line& line) {
-  const LoopbackServer server(kReply);
+  const loopback::AnsweringServer server(replyOf(kReply));
   line.say(server.url());
   line.waitForEnd();
   // Connections are closed by now: whoever measures has gone first.

@@ -1,7 +1,9 @@
 #include "question.h"
 
 #include <qx/internal/json_view.h>
+#include <sys/resource.h>
 
+#include <stdexcept>
 #include <utility>
 
 #include "structure_document.h"
@@ -71,8 +73,20 @@ std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemo
   return body.obtainJsonString();
 }
 
-Peer::Peer(bool isSecure, std::string reply)
-    : identity_(authority_.issue("IP:127.0.0.1")), server_(std::move(reply), isSecure ? &identity_ : nullptr) {
+void allowManyFiles() {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) throw std::runtime_error("no limit of open files");
+  files.rlim_cur = files.rlim_max;
+  if (setrlimit(RLIMIT_NOFILE, &files) != 0) throw std::runtime_error("the limit of open files stays");
+}
+
+std::string replyOf(const std::string& body) {
+  return "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
+         "\r\n\r\n" + body;
+}
+
+Peer::Peer(bool isSecure, const std::string& reply)
+    : identity_(authority_.issue("IP:127.0.0.1")), server_(replyOf(reply), isSecure ? &identity_ : nullptr) {
   CMRestGlobalSettings settings;
   settings.caFile = caFile();
   settings.userAgent = kUserAgent;

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "loopback_server.h"
-#include "support/tls_identity.h"
+#include "loopback/answering_server.h"
+#include "loopback/tls_identity.h"
 
 inline constexpr char kQuestion[] = "Which orders are open?";
 inline constexpr char kReply[] = R"({"choices":[{"message":{"role":"assistant","content":"SELECT * FROM orders;"}}]})";
@@ -56,11 +56,17 @@ std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemo
 /// Reads a reply as JSON. True when it holds what the library looks for.
 bool isRead(const std::string& reply);
 
+/// Hundreds of connections take more files than a process may have open by default. Throws `std::runtime_error`.
+void allowManyFiles();
+
+/// What a server says to give a body.
+std::string replyOf(const std::string& body);
+
 /// A server, plain or with an identity of an authority of its own. As long as it is there, the settings of libzea trust
 /// that authority and name `kUserAgent`. Its clients go before it.
 class Peer {
  public:
-  explicit Peer(bool isSecure, std::string reply = kReply);
+  explicit Peer(bool isSecure, const std::string& reply = kReply);
   ~Peer() { ZEASetHTTPSettings({}); }
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
@@ -71,7 +77,7 @@ class Peer {
   const std::string& caFile() const { return authority_.file(); }
 
  private:
-  support::TestAuthority authority_;
+  loopback::TestAuthority authority_;
   standin::TlsIdentity identity_;
-  LoopbackServer server_;
+  loopback::AnsweringServer server_;
 };

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "libcurl_caller.h"
-#include "loopback_server.h"
+#include "loopback/channel.h"
 #include "question.h"
 
 namespace {
@@ -101,16 +101,11 @@ void bareSocket(benchmark::State& state) {
   for (const char* header : kHeaders) request.append(header).append("\r\n");
   request.append(kContentType).append("\r\n");
   request += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-  const int client = connectTo(peer.port());
+  const loopback::Channel channel(connectTo(peer.port()), nullptr);
   std::string reply;
   for (auto _ : state) {
-    const bool isSent =
-        send(client, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size());
-    if (!isSent || !readMessage(reply, [&](char* data, std::size_t size) { return recv(client, data, size, 0); })) {
-      state.SkipWithError("failed");
-    }
+    if (!channel.send(request) || !channel.receive(reply)) state.SkipWithError("failed");
   }
-  close(client);
 }
 
 void smallPrompt(benchmark::internal::Benchmark* benchmark) {

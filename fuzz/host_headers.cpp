@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "check.h"
-#include "loopback_server.h"
+#include "loopback/answering_server.h"
 
 namespace {
 
@@ -68,7 +68,7 @@ std::array<std::string, 5> fieldsOf(const std::string& input) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static LoopbackServer& server = *new LoopbackServer;
+  static loopback::AnsweringServer& server = *new loopback::AnsweringServer;
   const auto [host, key, otherKey, value, agent] = fieldsOf(textOf(data, size));
   CMRestGlobalSettings settings;
   settings.proxyURL = server.url();

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "check.h"
-#include "loopback_server.h"
+#include "loopback/answering_server.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ Answer get(const std::string& url, CMRestSession& session) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static LoopbackServer& server = *new LoopbackServer;
+  static loopback::AnsweringServer& server = *new loopback::AnsweringServer;
   static ICSHTTPPoolCenter& pool = *QX::createHTTPPoolCenter();
   CMRestSession session;
   session.poolCenter = &pool;

@@ -5,7 +5,7 @@
 #include <array>
 
 #include "check.h"
-#include "loopback_server.h"
+#include "loopback/answering_server.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ class CountingMemory final : public IZEAAssistantMemory {
 
 /// Made once: connections are kept, which makes the exchange fast enough.
 struct Host {
-  LoopbackServer server;
+  loopback::AnsweringServer server;
   CountingMemory memory;
   std::array<IZEAAssistant*, kProviderCount> assistants;
 

@@ -20,22 +20,22 @@
 #include <thread>
 #include <vector>
 
+#include "loopback/raw_server.h"
+#include "loopback/tls_identity.h"
 #include "qx/qx.h"
 #include "support/child_process.h"
 #include "support/full_listener.h"
-#include "support/raw_server.h"
 #include "support/rest_caller.h"
 #include "support/test_names.h"
-#include "support/tls_identity.h"
 
 namespace {
 
+using loopback::RawConnection;
+using loopback::RawEnd;
+using loopback::RawServer;
 using support::Caller;
 using support::FullListener;
 using support::okReply;
-using support::RawConnection;
-using support::RawEnd;
-using support::RawServer;
 
 constexpr std::chrono::milliseconds kWait{300};
 constexpr int kHandful = 8;
@@ -49,7 +49,7 @@ std::ptrdiff_t countEntries(const char* directory) {
 }
 
 struct Host : testing::Test {
-  const support::TestAuthority authority;
+  const loopback::TestAuthority authority;
   const standin::TlsIdentity identity = authority.issue("IP:127.0.0.1");
   std::optional<RawServer> server;
   Caller caller;
@@ -67,12 +67,12 @@ std::vector<std::string> takeErrors() {
 
 // Ours stayed there and the host's were cleared: OpenSSL then told the host that its own healthy connection had failed.
 TEST_F(Host, KeepsItsErrorsOfOpenSSLAndGetsNoneOfOurs) {
-  const support::TestAuthority other;
+  const loopback::TestAuthority other;
   const RawServer plain({2, RawConnection{}});
   for (const std::vector<std::string>& own : {std::vector<std::string>{"101first", "102second"}, {}}) {
     server.emplace(std::vector<RawConnection>{{}, {{okReply("1"), okReply("2")}, RawEnd::Silent}}, &identity);
     std::optional<Caller> kept(std::in_place);
-    const auto get = [&kept](const std::string& url, const support::TestAuthority& trusted) {
+    const auto get = [&kept](const std::string& url, const loopback::TestAuthority& trusted) {
       kept->settings.caFile = trusted.file();
       return kept->get(url).code;
     };

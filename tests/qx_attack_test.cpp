@@ -12,26 +12,26 @@
 #include <tuple>
 #include <vector>
 
+#include "loopback/raw_server.h"
+#include "loopback/tls_identity.h"
 #include "qx/qx.h"
-#include "support/raw_server.h"
 #include "support/rest_caller.h"
-#include "support/tls_identity.h"
 
 namespace {
 
+using loopback::RawConnection;
+using loopback::RawEnd;
+using loopback::RawFlood;
+using loopback::RawServer;
 using support::ok;
 using support::okReply;
-using support::RawConnection;
-using support::RawEnd;
-using support::RawFlood;
-using support::RawServer;
 
 constexpr int kLimitMs = 300;
 constexpr int kOverMs = 500 * TEST_TIME_FACTOR;  // a limit and a cancel are kept to that
 
 class Transport : public testing::Test {
  protected:
-  const support::TestAuthority authority;
+  const loopback::TestAuthority authority;
   const standin::TlsIdentity identity = authority.issue("IP:127.0.0.1");
   std::optional<RawServer> server;
   support::Caller caller;

@@ -15,21 +15,21 @@
 #include <utility>
 #include <vector>
 
+#include "loopback/raw_server.h"
+#include "loopback/tls_identity.h"
 #include "qx/qx.h"
 #include "standin/zea_standin.h"
-#include "support/raw_server.h"
 #include "support/rest_caller.h"
-#include "support/tls_identity.h"
 
 namespace {
 
+using loopback::RawEnd;
+using loopback::RawServer;
+using loopback::TestAuthority;
 using support::Answer;
 using support::Caller;
 using support::messageOf;
 using support::okReply;
-using support::RawEnd;
-using support::RawServer;
-using support::TestAuthority;
 
 TEST(RestClient, SendsAPostExactlyAsItIsAskedFor) {
   RawServer server({{{okReply("{}")}}});
@@ -223,7 +223,7 @@ TEST(RestClient, TrustsNobodyButTheGivenAuthorityAndTheRightName) {
   const TestAuthority other;  // of the same name, with another key
   standin::Server server(ours.issue("IP:127.0.0.1"));
   standin::Server misnamed(ours.issue("DNS:elsewhere.example"));
-  RawServer plain({support::RawConnection{}});
+  RawServer plain({loopback::RawConnection{}});
   const std::string keyLog = ours.file() + ".keys";
   ::setenv("SSLKEYLOGFILE", keyLog.c_str(), 1);    // read when the first client of a process is made
   const std::string pipe = ours.file() + ".pipe";  // reading it once held every call of the process

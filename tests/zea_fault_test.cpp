@@ -10,22 +10,22 @@
 #include <utility>
 #include <vector>
 
+#include "loopback/raw_server.h"
+#include "loopback/tls_identity.h"
 #include "support/providers.h"
-#include "support/raw_server.h"
 #include "support/rest_caller.h"
-#include "support/tls_identity.h"
 
 namespace {
 
+using loopback::RawConnection;
+using loopback::RawEnd;
+using loopback::RawServer;
+using loopback::TestAuthority;
 using support::Answer;
 using support::Caller;
 using support::messageOf;
 using support::ok;
 using support::okReply;
-using support::RawConnection;
-using support::RawEnd;
-using support::RawServer;
-using support::TestAuthority;
 
 constexpr std::string_view kMarker = "marker-key-7f3a";
 constexpr int kLimitMs = 300;

@@ -16,9 +16,9 @@
 #include <string_view>
 #include <thread>
 
+#include "loopback/raw_server.h"
+#include "loopback/tls_identity.h"
 #include "support/providers.h"
-#include "support/raw_server.h"
-#include "support/tls_identity.h"
 
 namespace {
 
@@ -346,7 +346,7 @@ TEST(Process, HoldsNoMoreValuesOfAReplyThanTheSettingsAllowBytes) {
 }
 
 TEST(Process, IsNotEndedBySIGPIPEAndLeavesItAsItWas) {
-  const support::TestAuthority authority;
+  const loopback::TestAuthority authority;
   const standin::TlsIdentity identity = authority.issue("IP:127.0.0.1");
   CMRestGlobalSettings settings;
   settings.caFile = authority.file();
@@ -354,9 +354,9 @@ TEST(Process, IsNotEndedBySIGPIPEAndLeavesItAsItWas) {
   const auto before = std::signal(SIGPIPE, SIG_DFL);
   const std::string question(8'000'000, 'q');
 
-  for (const support::RawEnd end : {support::RawEnd::Close, support::RawEnd::Break, support::RawEnd::Reset}) {
+  for (const loopback::RawEnd end : {loopback::RawEnd::Close, loopback::RawEnd::Break, loopback::RawEnd::Reset}) {
     for (const standin::TlsIdentity* const secure : {&identity, static_cast<const standin::TlsIdentity*>(nullptr)}) {
-      const support::RawServer server({{{""}, end, {}, false, false, true}}, secure);
+      const loopback::RawServer server({{{""}, end, {}, false, false, true}}, secure);
       const auto assistant = newAssistant(ZEAAssistantType::OLLAMA, "", server.url());
       EXPECT_NE(ask(*assistant, question), "");
     }

@@ -1,8 +1,5 @@
-#include "support/raw_server.h"
+#include "loopback/raw_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/tcp.h>
-#include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -10,109 +7,33 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <stdexcept>
 #include <utility>
 
-#include "support/tls_identity.h"
+#include "loopback/tls_identity.h"
 
-namespace support {
-
-/// A client's connection, plain or inside TLS.
-class RawChannel {
- public:
-  RawChannel(int socket, SSL_CTX* context) : socket_(socket), context_(context) {}
-  ~RawChannel() {
-    SSL_free(ssl_);
-    ::close(socket_);
-  }
-  RawChannel(const RawChannel&) = delete;
-  RawChannel& operator=(const RawChannel&) = delete;
-
-  bool begin() {
-    if (context_ == nullptr) return true;
-    ssl_ = SSL_new(context_);
-    return SSL_set_fd(ssl_, socket_) == 1 && SSL_accept(ssl_) == 1;
-  }
-  long receive(char* target, std::size_t size) const {
-    const std::lock_guard lock(mutex_);
-    return ssl_ != nullptr ? SSL_read(ssl_, target, static_cast<int>(size)) : ::recv(socket_, target, size, 0);
-  }
-  bool send(std::string_view bytes) const {
-    const std::lock_guard lock(mutex_);
-    while (!bytes.empty()) {
-      const long sent = ssl_ != nullptr ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
-                                        : ::send(socket_, bytes.data(), bytes.size(), 0);
-      if (sent <= 0) return false;  // the client has had enough
-      bytes.remove_prefix(static_cast<std::size_t>(sent));
-    }
-    return true;
-  }
-  bool send(RawFlood kind) const {
-    const std::lock_guard lock(mutex_);
-    BIO* const wire = SSL_get_wbio(ssl_);
-    BIO* const batch = BIO_new(BIO_s_mem());  // many at a time, so that the client cannot keep up with them
-    BIO_up_ref(wire);
-    SSL_set0_wbio(ssl_, batch);
-    for (int i = 0; i < 256; ++i) {
-      kind == RawFlood::Tickets ? SSL_new_session_ticket(ssl_) : SSL_key_update(ssl_, SSL_KEY_UPDATE_NOT_REQUESTED);
-      if (SSL_do_handshake(ssl_) != 1) break;
-    }
-    char* bytes = nullptr;
-    const long size = BIO_get_mem_data(batch, &bytes);
-    const bool isSent = BIO_write(wire, bytes, static_cast<int>(size)) == size;
-    SSL_set0_wbio(ssl_, wire);
-    return isSent;
-  }
-  void hold(int isOn) const { ::setsockopt(socket_, IPPROTO_TCP, TCP_CORK, &isOn, sizeof(isOn)); }
-  bool hasPending() const {
-    const std::lock_guard lock(mutex_);
-    return ssl_ != nullptr && SSL_pending(ssl_) > 0;
-  }
-  void sayGoodbye() const {
-    const std::lock_guard lock(mutex_);
-    if (ssl_ != nullptr) static_cast<void>(SSL_shutdown(ssl_));  // the answer to it isn't awaited
-  }
-  int socket() const { return socket_; }
-
- private:
-  int socket_;
-  SSL_CTX* context_;
-  SSL* ssl_ = nullptr;
-  mutable std::mutex mutex_;  // a test's thread may speak while the connection's own listens
-};
+namespace loopback {
 
 namespace {
 
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
-constexpr std::string_view kLengthName = "Content-Length: ";
+constexpr int kBacklog = 16;
 constexpr int kPauseMs = 20;
 
 // The size of the request that the text begins with; 0 as long as its head isn't whole.
 std::size_t obtainRequestSize(const std::string& text, bool isHeadEnough) {
+  if (!isHeadEnough) return messageSize(text);
   const std::size_t headEnd = text.find(kHeadEnd);
-  if (headEnd == std::string::npos) return 0;
-  const std::size_t length = isHeadEnough ? std::string::npos : text.find(kLengthName);
-  const std::size_t bodySize = length < headEnd ? std::stoul(text.substr(length + kLengthName.size())) : 0;
-  return headEnd + kHeadEnd.size() + bodySize;
+  return headEnd == std::string::npos ? 0 : headEnd + kHeadEnd.size();
 }
 
 }  // namespace
 
-RawServer::RawServer(std::vector<RawConnection> script, const standin::TlsIdentity* identity, int newestVersion) {
-  if (identity != nullptr) context_ = makeServerContext(*identity, newestVersion);
-  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  stop_ = ::eventfd(0, EFD_CLOEXEC);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  auto* const plain = reinterpret_cast<sockaddr*>(&address);
-  if (stop_ < 0 || ::bind(listener_, plain, size) != 0 || ::listen(listener_, 16) != 0 ||
-      ::getsockname(listener_, plain, &size) != 0) {
-    throw std::runtime_error("no port on the loopback interface");
-  }
-  port_ = ntohs(address.sin_port);
+RawServer::RawServer(std::vector<RawConnection> script, const standin::TlsIdentity* identity, int newestVersion)
+    : context_(identity != nullptr ? makeServerContext(*identity, newestVersion) : nullptr),
+      listener_(kBacklog),
+      stop_(::eventfd(0, EFD_CLOEXEC)) {
+  if (stop_ < 0) throw std::runtime_error("no way to end the server");
   thread_ = std::thread([this, connections = std::move(script)] { run(connections); });
 }
 
@@ -120,7 +41,6 @@ RawServer::~RawServer() {
   const std::uint64_t one = 1;
   const ssize_t written = ::write(stop_, &one, sizeof(one));
   if (written == sizeof(one)) thread_.join();
-  ::close(listener_);
   ::close(stop_);
 }
 
@@ -152,14 +72,10 @@ void RawServer::say(const std::string& bytes) {
 }
 
 void RawServer::run(const std::vector<RawConnection>& script) {
-  // OpenSSL writes without regard to it, and a client that is gone is nothing unusual here.
-  sigset_t brokenPipe;
-  sigemptyset(&brokenPipe);
-  sigaddset(&brokenPipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+  blockBrokenPipes();
   std::vector<std::thread> connections;
-  for (std::size_t i = 0; isReadable(listener_, POLLIN); ++i) {
-    const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  for (std::size_t i = 0; isReadable(listener_.socket(), POLLIN); ++i) {
+    const int client = listener_.accept();
     if (client < 0) break;
     connections.emplace_back(&RawServer::serve, this, client, i < script.size() ? script[i] : RawConnection{{""}});
   }
@@ -168,9 +84,7 @@ void RawServer::run(const std::vector<RawConnection>& script) {
 
 void RawServer::serve(int client, const RawConnection& connection) {
   {
-    const int isOn = 1;
-    ::setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &isOn, sizeof(isOn));
-    RawChannel channel(client, context_.get());
+    Channel channel(client, context_.get());
     talk(channel, connection);
     const std::lock_guard lock(mutex_);
     if (latest_ == &channel) latest_ = nullptr;
@@ -180,7 +94,7 @@ void RawServer::serve(int client, const RawConnection& connection) {
   changed_.notify_all();
 }
 
-void RawServer::talk(RawChannel& channel, const RawConnection& connection) {
+void RawServer::talk(Channel& channel, const RawConnection& connection) {
   std::string received;
   const bool isTunnel = !connection.tunnelReply.empty();
   if (isTunnel && !(readRequest(channel, received, true) && channel.send(connection.tunnelReply))) return;
@@ -208,7 +122,7 @@ void RawServer::talk(RawChannel& channel, const RawConnection& connection) {
   finish(channel, connection.end);
 }
 
-void RawServer::repeat(const RawChannel& channel, const RawConnection& connection) {
+void RawServer::repeat(const Channel& channel, const RawConnection& connection) {
   // The client is to have done with the reply.
   for (int pause = kPauseMs; !isReadable(stop_, POLLIN, pause); pause = connection.isSlow ? kPauseMs : 0) {
     const bool isFlood = connection.flood != RawFlood::None;
@@ -219,7 +133,7 @@ void RawServer::repeat(const RawChannel& channel, const RawConnection& connectio
   }
 }
 
-void RawServer::finish(const RawChannel& channel, RawEnd end) const {
+void RawServer::finish(const Channel& channel, RawEnd end) const {
   constexpr linger kThrowAway = {1, 0};
   if (end == RawEnd::Close || end == RawEnd::Drain) channel.sayGoodbye();
   if (end == RawEnd::Drain || end == RawEnd::Half) ::shutdown(channel.socket(), SHUT_WR);
@@ -232,14 +146,11 @@ void RawServer::finish(const RawChannel& channel, RawEnd end) const {
   }
 }
 
-bool RawServer::readRequest(const RawChannel& channel, std::string& received, bool isHeadEnough) {
+bool RawServer::readRequest(const Channel& channel, std::string& received, bool isHeadEnough) {
   std::size_t size = obtainRequestSize(received, isHeadEnough);
   while (size == 0 || received.size() < size) {
-    std::array<char, 65536> bytes{};
     const bool hasMore = channel.hasPending() || isReadable(channel.socket(), POLLIN);
-    const long count = hasMore ? channel.receive(bytes.data(), bytes.size()) : 0;
-    if (count <= 0) return false;
-    received.append(bytes.data(), static_cast<std::size_t>(count));
+    if (!hasMore || !channel.receiveMore(received)) return false;
     size = obtainRequestSize(received, isHeadEnough);
   }
   const std::lock_guard lock(mutex_);
@@ -256,4 +167,4 @@ bool RawServer::isReadable(int socket, short events, int milliseconds) const {
   return ::poll(waited.data(), waited.size(), milliseconds) > 0 && (waited[1].revents == 0 || socket == stop_);
 }
 
-}  // namespace support
+}  // namespace loopback

@@ -8,7 +8,7 @@
 
 #include "standin/zea_standin.h"
 
-namespace support {
+namespace loopback {
 
 /// From when to when a certificate holds, in seconds from now.
 struct Validity {
@@ -40,4 +40,4 @@ class TestAuthority {
 /// What a server with that identity needs, for the versions up to `newestVersion`, such as `TLS1_1_VERSION`; 0: all.
 std::shared_ptr<SSL_CTX> makeServerContext(const standin::TlsIdentity& identity, int newestVersion);
 
-}  // namespace support
+}  // namespace loopback

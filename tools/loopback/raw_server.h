@@ -11,11 +11,14 @@
 #include <thread>
 #include <vector>
 
-#include "standin/zea_standin.h"
+#include "loopback/channel.h"
+#include "loopback/listener.h"
 
-namespace support {
+namespace standin {
+struct TlsIdentity;
+}
 
-class RawChannel;  // a client's connection, plain or inside TLS
+namespace loopback {
 
 enum class RawEnd {
   Close,   // in good order
@@ -26,9 +29,6 @@ enum class RawEnd {
   Drain,   // nothing more is said, and all is read until the client closes
   Half,    // nothing more is said, which the client is told, or read until this server goes
 };
-
-/// Messages of TLS itself that a server may send at any time, from 1.3 on.
-enum class RawFlood { None, KeyUpdates, Tickets };
 
 /// What becomes of one connection: a reply to each request in turn, of any bytes or none, and then the end.
 struct RawConnection {
@@ -54,9 +54,9 @@ class RawServer {
   RawServer(const RawServer&) = delete;
   RawServer& operator=(const RawServer&) = delete;
 
-  int port() const { return port_; }
+  int port() const { return listener_.port(); }
   /// Such as "http://127.0.0.1:40123".
-  std::string url() const { return (context_ ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port_); }
+  std::string url() const { return (context_ ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port()); }
   /// All requests so far, head and body as received; the head alone where the reply is early.
   std::vector<std::string> requests() const;
   /// Wait until that many requests have been read, that many connections been closed by this side.
@@ -72,24 +72,23 @@ class RawServer {
  private:
   void run(const std::vector<RawConnection>& script);
   void serve(int client, const RawConnection& connection);
-  void talk(RawChannel& channel, const RawConnection& connection);
-  void repeat(const RawChannel& channel, const RawConnection& connection);
-  bool readRequest(const RawChannel& channel, std::string& received, bool isHeadEnough);
-  void finish(const RawChannel& channel, RawEnd end) const;
+  void talk(Channel& channel, const RawConnection& connection);
+  void repeat(const Channel& channel, const RawConnection& connection);
+  bool readRequest(const Channel& channel, std::string& received, bool isHeadEnough);
+  void finish(const Channel& channel, RawEnd end) const;
   bool isReadable(int socket, short events, int milliseconds = -1) const;
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<std::string> requests_;
-  RawChannel* latest_ = nullptr;
+  Channel* latest_ = nullptr;
   bool isReplying_ = false;
   std::size_t closedCount_ = 0;
   std::size_t repeatCount_ = 0;
   std::shared_ptr<SSL_CTX> context_;
-  int listener_ = -1;
+  const Listener listener_;
   int stop_ = -1;
-  int port_ = 0;
   std::thread thread_;
 };
 
-}  // namespace support
+}  // namespace loopback

@@ -1,4 +1,4 @@
-#include "support/tls_identity.h"
+#include "loopback/tls_identity.h"
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace support {
+namespace loopback {
 namespace {
 
 std::shared_ptr<EVP_PKEY> makeKey() { return {EVP_EC_gen("P-256"), EVP_PKEY_free}; }
@@ -114,4 +114,4 @@ std::shared_ptr<SSL_CTX> makeServerContext(const standin::TlsIdentity& identity,
   return context;
 }
 
-}  // namespace support
+}  // namespace loopback
