@@ -21,7 +21,8 @@ void bareParse(benchmark::State& state) {
 void combinedInstructions(benchmark::State& state) {
   IZEAAssistant* const assistant = ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, nullptr, "key", "", nullptr);
   assistant->updateProperties([&](IZEAProperties* properties) {
-    properties->setValue("db_structure", createStructureDocument(static_cast<std::size_t>(state.range(0))));
+    const std::string document = createStructureDocument(static_cast<std::size_t>(state.range(0)));
+    if (!properties->setValue("db_structure", document)) state.SkipWithError("no structure");
   });
   assistant->updateProperties([&](IZEAProperties* properties) {
     for (auto _ : state) benchmark::DoNotOptimize(properties->obtainValue("combined_instructions"));

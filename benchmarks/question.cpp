@@ -3,6 +3,7 @@
 #include <qx/internal/json_view.h>
 #include <sys/resource.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -17,7 +18,7 @@ std::string render(const std::string& document) {
   const Assistant assistant = createAssistant("", nullptr);
   std::string prompt;
   assistant->updateProperties([&](IZEAProperties* properties) {
-    properties->setValue("db_structure", document);
+    if (!properties->setValue("db_structure", document)) std::abort();
     prompt = *properties->obtainValue("combined_instructions").stringIfAny();
   });
   return prompt;
@@ -38,7 +39,9 @@ Assistant createAssistant(const std::string& url, IZEAAssistantMemory* memory, c
 }
 
 void setProperty(IZEAAssistant& assistant, const char* name, const std::string& value) {
-  assistant.updateProperties([&](IZEAProperties* properties) { properties->setValue(name, value); });
+  assistant.updateProperties([&](IZEAProperties* properties) {
+    if (!properties->setValue(name, value)) std::abort();
+  });
 }
 
 std::string ask(IZEAAssistant& assistant) {

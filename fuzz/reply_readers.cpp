@@ -3,6 +3,7 @@
 #include <zea/zea.h>
 
 #include <array>
+#include <cstdlib>
 
 #include "check.h"
 #include "loopback/answering_server.h"
@@ -32,7 +33,9 @@ struct Host {
     for (std::uint32_t i = 0; i < kProviderCount; ++i) {
       assistants[i] = ZEACreateAssistant(static_cast<ZEAAssistantType>(i), QX::createHTTPPoolCenter(), "key",
                                          server.url(), &memory);
-      assistants[i]->updateProperties([](IZEAProperties* properties) { properties->setValue("model", "m"); });
+      assistants[i]->updateProperties([](IZEAProperties* properties) {
+        if (!properties->setValue("model", "m")) std::abort();
+      });
     }
   }
 };

@@ -171,9 +171,9 @@ class MeddlingMemory : public HostMemory {
   void meddle(const std::string& word) const {
     const std::string text = word + " and more than a string keeps within itself";
     assistant->updateProperties([&](IZEAProperties* properties) {
-      for (const char* key : {"user_instructions", "model", "api_key"}) properties->setValue(key, text);
-      properties->setValue("system_instructions", CMVariantMap{{"name", "system " + text}});
-      properties->setValue("api_host", host);
+      for (const char* key : {"user_instructions", "model", "api_key"}) EXPECT_TRUE(properties->setValue(key, text));
+      EXPECT_TRUE(properties->setValue("system_instructions", CMVariantMap{{"name", "system " + text}}));
+      EXPECT_TRUE(properties->setValue("api_host", host));
     });
   }
 
@@ -276,7 +276,7 @@ TEST(Properties, RefuseWrongKindsAndUnknownKeysAndKeepWhatTheyHad) {
   for (const auto& row : kCases) {
     const auto assistant = newAssistant(ZEAAssistantType::OPENAI_v1, "k", "");
     const Owned<IZEAProperties> properties(assistant->obtainProperties());
-    properties->setValue("db_structure", kStructure);
+    EXPECT_TRUE(properties->setValue("db_structure", kStructure));
     const std::string before = properties->obtainValue(row.key).stringValue();
     const bool isStructureReplaced = row.accepted && row.value.stringValue() == "{}";
 
@@ -416,7 +416,7 @@ TEST(Properties, CopyIsDetachedButForTheStructure) {
   EXPECT_TRUE(copy->obtainValue("max_tokens").isNull());
   const auto local = newAssistant(ZEAAssistantType::OLLAMA, "", "");
   const Owned<IZEAProperties> localCopy(local->obtainProperties());
-  localCopy->setValue("api_host", "h");
+  EXPECT_TRUE(localCopy->setValue("api_host", "h"));
   EXPECT_EQ(localCopy->obtainValue("api_host").stringValue(), "http://h");
   EXPECT_FALSE(copy->setValue("max_tokens", 1));
   EXPECT_EQ(copy->obtainDescription().size(), 9U);
@@ -453,8 +453,8 @@ TEST(Properties, TakeEffectEvenWhenTheHostsFunctionThrowsHalfway) {
   Conversation conversation(kProviders[0]);
 
   EXPECT_THROW(conversation.assistant->updateProperties([](IZEAProperties* properties) {
-    properties->setValue("api_key", "new");
-    properties->setValue("temperature", 5.0);
+    EXPECT_TRUE(properties->setValue("api_key", "new"));
+    EXPECT_TRUE(properties->setValue("temperature", 5.0));
     throw std::runtime_error("host");
   }),
                std::runtime_error);

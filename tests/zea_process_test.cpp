@@ -121,13 +121,13 @@ std::string ask(IZEAAssistant& assistant, const std::string& question) {
 
 void configure(IZEAAssistant& assistant) {
   assistant.updateProperties([](IZEAProperties* properties) {
-    properties->setValue("model", kLong);
-    properties->setValue("api_key", kLong);
-    properties->setValue("temperature", 0.5);
-    properties->setValue("use_temperature", 1);
-    properties->setValue("user_instructions", kLong);
-    properties->setValue("system_instructions", CMVariantMap{{kLong, kLong}});
-    properties->setValue("db_structure", documentOf(kLong));
+    EXPECT_TRUE(properties->setValue("model", kLong));
+    EXPECT_TRUE(properties->setValue("api_key", kLong));
+    EXPECT_TRUE(properties->setValue("temperature", 0.5));
+    EXPECT_TRUE(properties->setValue("use_temperature", 1));
+    EXPECT_TRUE(properties->setValue("user_instructions", kLong));
+    EXPECT_TRUE(properties->setValue("system_instructions", CMVariantMap{{kLong, kLong}}));
+    EXPECT_TRUE(properties->setValue("db_structure", documentOf(kLong)));
   });
 }
 
@@ -210,7 +210,7 @@ TEST_P(EachProvider, LeavesNoKeyInMemoryThatItFrees) {
     for (const CMVariant& key : {std::cref(second), std::cref(third)}) {
       set(*assistant, "api_key", key);
       const Owned<IZEAProperties> copy(assistant->obtainProperties());
-      copy->setValue("api_key", second);
+      EXPECT_TRUE(copy->setValue("api_key", second));
       EXPECT_NE(ask(*assistant, "q").find("No connection"), std::string::npos);
       static_cast<void>(assistant->obtainAvailableModels());
     }

@@ -38,5 +38,5 @@ class IZEAProperties : public IZEAObject {
   /// "db_structure" ignores one that is neither String nor List, "max_tokens" takes whatever `intValue` returns.
   /// Elements of the structure that are not as they should be are passed over when it is read. Throws nothing but
   /// `std::bad_alloc` and what the memory throws.
-  virtual bool setValue(const std::string& key, const CMVariant& value) = 0;
+  [[nodiscard]] virtual bool setValue(const std::string& key, const CMVariant& value) = 0;
 };

@@ -65,11 +65,13 @@ std::string ask(const char* url, const char* question) {
   IZEAAssistant* const assistant =
       ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, QX::createHTTPPoolCenter(), "none", url, nullptr);
   if (assistant->addMessage(question).second.find("Model is empty") != 0) return {};
-  assistant->updateProperties([](IZEAProperties* properties) {
-    properties->setValue("model", "standin-large");
-    properties->setValue("db_structure", R"([{"schemas":[{"tables":[{"name":"orders","fields":[
+  bool isSet = false;
+  assistant->updateProperties([&](IZEAProperties* properties) {
+    isSet = properties->setValue("model", "standin-large") &&
+            properties->setValue("db_structure", R"([{"schemas":[{"tables":[{"name":"orders","fields":[
         {"name":"id","type":"INTEGER"}],"pkeys":["id"]}]}]}])");
   });
+  if (!isSet) return {};
   const auto [reply, failure] = assistant->addMessage(question);
   const std::string answer =
       reply != nullptr ? std::string(reply->obtainSections().front()->obtainSectionText()) : failure;
