@@ -2,10 +2,11 @@
 
 #include <memory>
 
-#include "date_time_service.h"
-#include "rest_services.h"
+#include "date_time.h"
+#include "rest_client.h"
+#include "rest_error.h"
 
-using namespace qx;
+namespace qx {
 
 namespace {
 
@@ -17,6 +18,10 @@ class AppFactory final : public ICSAppFactory {
 };
 
 }  // namespace
+
+}  // namespace qx
+
+using namespace qx;
 
 ICSAppFactory::~ICSAppFactory() = default;
 

@@ -7,7 +7,7 @@
 namespace qx {
 
 void freeKeyedList(curl_slist* list) noexcept {
-  for (curl_slist* one = list; one != nullptr; one = one->next) qxWipe(one->data, std::string_view(one->data).size());
+  for (curl_slist* one = list; one != nullptr; one = one->next) wipe(one->data, std::string_view(one->data).size());
   curl_slist_free_all(list);
 }
 

@@ -1,4 +1,4 @@
-#include "qx/date_time.h"
+#include "date_time.h"
 
 #include <chrono>
 #include <ctime>
@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "date_time_service.h"
+namespace qx {
 
 namespace {
 
@@ -34,6 +34,10 @@ std::string writeDate(const std::tm& fields, const std::string& format) {
 }
 
 }  // namespace
+
+}  // namespace qx
+
+using namespace qx;
 
 CODateTime* CODateTime::dateTimeFromString(const std::string& text, const std::string& format) {
   auto result = std::make_unique<CODateTime>();

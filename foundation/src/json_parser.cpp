@@ -164,7 +164,7 @@ class TreeHandler {
   // The parser's own conversion is off by a bit for three numbers in ten.
   bool on_double(double, Text text, ErrorCode& error) {
     if (!push(JsonKind::Double, error)) return false;
-    waiting_.back().number = qxReadDouble({text.data(), text.size()});
+    waiting_.back().number = readDouble({text.data(), text.size()});
     return true;
   }
   bool on_bool(bool value, ErrorCode& error) {
@@ -240,7 +240,7 @@ class TreeHandler {
 /// The code unit of a "\uxxxx" escape at `position`, or 0 when none stands there.
 std::uint32_t readEscape(std::string_view text, std::size_t position) {
   if (text.substr(position, 2) != "\\u" || text.size() - position < 6) return 0;
-  return qxReadHex(text.substr(position + 2, 4)).value_or(0);
+  return qx::readHex(text.substr(position + 2, 4)).value_or(0);
 }
 
 constexpr bool isHighSurrogate(std::uint32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }

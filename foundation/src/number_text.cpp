@@ -4,6 +4,8 @@
 #include <limits>
 #include <system_error>
 
+namespace qx {
+
 namespace {
 
 /// Whether a number outside a double's range is too large rather than too small: by the power of ten of its first
@@ -33,7 +35,7 @@ bool isTooLarge(std::string_view number) {
 
 }  // namespace
 
-double qxReadDouble(std::string_view text) {
+double readDouble(std::string_view text) {
   const std::size_t digitsAt = text.starts_with('-') ? 1 : 0;
   // std::from_chars knows "inf" and "nan" too, which are no numbers here.
   if (text.find_first_of("0123456789.", digitsAt) != digitsAt) return 0;
@@ -46,9 +48,11 @@ double qxReadDouble(std::string_view text) {
   return digitsAt == 1 ? -value : value;
 }
 
-std::optional<std::uint32_t> qxReadHex(std::string_view digits) {
+std::optional<std::uint32_t> readHex(std::string_view digits) {
   std::uint32_t value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
   if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
   return value;
 }
+
+}  // namespace qx

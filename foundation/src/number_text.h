@@ -5,9 +5,13 @@
 #include <optional>
 #include <string_view>
 
+namespace qx {
+
 /// The floating point number that the text begins with, rounded exactly; 0 when it begins with none. What is too
 /// large for a double is infinite.
-double qxReadDouble(std::string_view text);
+double readDouble(std::string_view text);
 
 /// The number that the hexadecimal digits stand for; nothing when one of them is none.
-std::optional<std::uint32_t> qxReadHex(std::string_view digits);
+std::optional<std::uint32_t> readHex(std::string_view digits);
+
+}  // namespace qx

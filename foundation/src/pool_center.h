@@ -7,10 +7,10 @@
 
 #include "cancel_state.h"
 #include "kept_connection.h"
+#include "loop_pool.h"
 #include "qx/http_pool_center.h"
 #include "rest_headers.h"
 #include "rest_url.h"
-#include "transfer_loop.h"
 
 namespace qx {
 

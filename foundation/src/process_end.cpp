@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdlib>
 
+namespace qx {
+
 namespace {
 
 constinit std::atomic<bool> gIsEnding{false};
@@ -12,8 +14,10 @@ void noteProcessEnd() { gIsEnding = true; }
 
 }  // namespace
 
-void qx::watchForProcessEnd() noexcept {
+void watchForProcessEnd() noexcept {
   if (std::atexit(noteProcessEnd) != 0) gIsEnding = true;
 }
 
-bool qx::isProcessEnding() noexcept { return gIsEnding; }
+bool isProcessEnding() noexcept { return gIsEnding; }
+
+}  // namespace qx

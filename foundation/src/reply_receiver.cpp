@@ -13,7 +13,8 @@ namespace {
 // A server may announce what it never sends.
 constexpr std::uint64_t kMostReserved = 1024U * 1024U;
 
-std::string_view trim(std::string_view text) noexcept {
+// What HTTP calls white space around a value, and the end of the line.
+std::string_view trimField(std::string_view text) noexcept {
   constexpr std::string_view kSpace = " \t\r\n";
   const std::size_t begin = text.find_first_not_of(kSpace);
   if (begin == std::string_view::npos) return {};
@@ -66,14 +67,14 @@ bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
 }
 
 bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noexcept {
-  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(trim(value));
+  if (isSameIgnoringCase(name, "Content-Length")) return takeLength(trimField(value));
   if (isSameIgnoringCase(name, "Transfer-Encoding")) {
-    value = trim(value);
+    value = trimField(value);
     isChunked_ = isSameIgnoringCase(value, "chunked");
     return isChunked_ || isSameIgnoringCase(value, "identity") || giveUp(ReplyFault::Malformed);
   }
   if (!isSameIgnoringCase(name, "Content-Encoding")) return true;
-  value = trim(value);
+  value = trimField(value);
   if (isSameIgnoringCase(value, "identity")) return true;
   const bool isGzip = isSameIgnoringCase(value, "gzip") || isSameIgnoringCase(value, "x-gzip");
   packing_ = isGzip && packing_ == Packing::None ? Packing::Gzip : Packing::Unknown;

@@ -9,6 +9,7 @@
 #include "call_control.h"
 #include "certificate_store.h"
 #include "host_names.h"
+#include "loop_pool.h"
 #include "openssl_guard.h"
 #include "platform/platform.h"
 #include "pool_lease.h"

@@ -1,4 +1,4 @@
-#include "qx/rest_client.h"
+#include "rest_client.h"
 
 #include <algorithm>
 #include <memory>
@@ -9,11 +9,10 @@
 #include "qx/rest_error.h"
 #include "rest_call.h"
 #include "rest_headers.h"
-#include "rest_services.h"
 #include "rest_url.h"
 #include "text_view.h"
 
-using namespace qx;
+namespace qx {
 
 namespace {
 
@@ -21,7 +20,7 @@ constexpr std::string_view kJsonContentType = "application/json";
 
 // Keys travel in parameters too, and what is wrong with a pasted one is found here sooner than by the provider.
 bool areSendable(const CMRestParamList& query) {
-  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(qxTrim(param.second)); });
+  return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(trim(param.second)); });
 }
 
 class RestClient final : public ICSRestClient {
@@ -98,10 +97,12 @@ class RestClientFactory final : public ICSRestClientFactory {
 
 }  // namespace
 
-ICSRestClient::~ICSRestClient() = default;
-ICSRestClientFactory::~ICSRestClientFactory() = default;
-
-ICSRestClientFactory* qx::obtainRestClientFactoryInstance() {
+ICSRestClientFactory* obtainRestClientFactoryInstance() {
   static RestClientFactory* const factory = std::make_unique<RestClientFactory>().release();
   return factory;
 }
+
+}  // namespace qx
+
+ICSRestClient::~ICSRestClient() = default;
+ICSRestClientFactory::~ICSRestClientFactory() = default;

@@ -30,7 +30,7 @@ bool isHeaderName(std::string_view name) noexcept {
 
 bool hasHeader(const CMRestParamList& headers, std::string_view name) noexcept {
   return std::any_of(headers.begin(), headers.end(),
-                     [name](const auto& header) { return isSameIgnoringCase(qxTrim(header.first), name); });
+                     [name](const auto& header) { return isSameIgnoringCase(trim(header.first), name); });
 }
 
 void appendLine(CurlList& lines, std::string_view name, std::string_view separator, std::string_view value) {
@@ -43,8 +43,8 @@ void appendLine(CurlList& lines, std::string_view name, std::string_view separat
 }
 
 bool appendHeader(CurlList& lines, std::string_view name, std::string_view value) {
-  name = qxTrim(name);
-  value = qxTrim(value);
+  name = trim(name);
+  value = trim(value);
   if (!isHeaderName(name) || !isHeaderValue(value)) return false;
   // After a bare colon libcurl understands that the header is not wanted; an empty one is written like this.
   appendLine(lines, name, value.empty() ? ";" : ": ", value);
@@ -53,10 +53,10 @@ bool appendHeader(CurlList& lines, std::string_view name, std::string_view value
 
 /// Null when a name or a value may not stand in a header.
 CurlList makeLines(const HeaderSources& sources) {
-  if (!isHeaderValue(qxTrim(sources.userAgent))) return nullptr;
+  if (!isHeaderValue(trim(sources.userAgent))) return nullptr;
   CurlList lines;
   for (const auto& [name, value] : sources.session) {
-    if (!hasHeader(sources.request, qxTrim(name)) && !appendHeader(lines, name, value)) return nullptr;
+    if (!hasHeader(sources.request, trim(name)) && !appendHeader(lines, name, value)) return nullptr;
   }
   for (const auto& [name, value] : sources.request) {
     if (!appendHeader(lines, name, value)) return nullptr;
@@ -65,7 +65,7 @@ CurlList makeLines(const HeaderSources& sources) {
     if (hasHeader(sources.session, name) || hasHeader(sources.request, name)) return;
     appendLine(lines, name, value.empty() ? ":" : ": ", value);
   };
-  appendOwn("User-Agent", sources.userAgent.empty() ? kDefaultUserAgent : qxTrim(sources.userAgent));
+  appendOwn("User-Agent", sources.userAgent.empty() ? kDefaultUserAgent : trim(sources.userAgent));
   appendOwn("Accept-Encoding", "gzip");
   appendOwn("Content-Type", sources.contentType);
   // Above 1 MB libcurl would ask the server first and wait a second for those that don't answer.
@@ -89,7 +89,7 @@ bool isHeaderValue(std::string_view value) noexcept {
 
 std::string obtainSentUserAgent(const std::string& userAgent) {
   if (userAgent.empty()) return std::string(kDefaultUserAgent);
-  return isHeaderValue(qxTrim(userAgent)) ? std::string(qxTrim(userAgent)) : std::string();
+  return isHeaderValue(trim(userAgent)) ? std::string(trim(userAgent)) : std::string();
 }
 
 RestHeaders::~RestHeaders() { clear(); }

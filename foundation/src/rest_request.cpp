@@ -4,6 +4,8 @@
 
 #include "qx/secret.h"
 
+namespace qx {
+
 namespace {
 
 void appendParams(CMRestParamList& target, CMRestParamList&& params) {
@@ -12,6 +14,10 @@ void appendParams(CMRestParamList& target, CMRestParamList&& params) {
 }
 
 }  // namespace
+
+}  // namespace qx
+
+using namespace qx;
 
 CMRestRequest::~CMRestRequest() {
   qxWipe(url_);

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <vector>
 
 #include "number_text.h"
 #include "text_view.h"
 #include "wipe.h"
+
+namespace qx {
 
 namespace {
 
@@ -18,7 +19,7 @@ constexpr std::size_t kEscapeSize = 3;
 /// Whether "%XX" for the character stands at the beginning of the text.
 bool isEscapeOf(std::string_view text, char character) {
   return text.size() >= kEscapeSize && text[0] == '%' &&
-         qxReadHex(text.substr(1, kEscapeSize - 1)) == static_cast<unsigned char>(character);
+         readHex(text.substr(1, kEscapeSize - 1)) == static_cast<unsigned char>(character);
 }
 
 bool isItself(std::string_view text, char character) {
@@ -46,8 +47,12 @@ std::size_t measureSecret(std::string_view text, std::string_view secret, std::v
 
 }  // namespace
 
+}  // namespace qx
+
+using namespace qx;
+
 std::string qxMaskSecret(std::string_view text, std::string_view secret) {
-  secret = qxTrim(secret);
+  secret = trim(secret);
   if (secret.empty()) return std::string(text);
   // Nothing else begins with it: most of the text is passed over at once.
   const std::array beginnings{secret[0], '%'};
@@ -69,18 +74,12 @@ std::string qxMaskSecret(std::string_view text, std::string_view secret) {
   return masked.append(text.substr(copied));
 }
 
-// The compiler cannot tell what this points at, and so may not leave the call out.
-void qxWipe(char* begin, std::size_t size) noexcept {
-  static void* (*const volatile overwrite)(void*, int, std::size_t) = std::memset;
-  overwrite(begin, 0, size);
-}
-
 void qxWipe(std::string& text) noexcept {
   // It may have been longer once.
   const std::size_t size = text.size();
   if (size == 0 && text.capacity() <= std::string().capacity()) return;
   text.resize(text.capacity());
-  qxWipe(text.data(), size);
+  wipe(text.data(), size);
   text.clear();
 }
 

@@ -5,22 +5,7 @@
 
 #include "text_view.h"
 
-namespace {
-
-// Tab, line feed, vertical tab, form feed and carriage return follow each other.
-constexpr bool isWhiteSpace(char character) noexcept {
-  return character == ' ' || (character >= '\t' && character <= '\r');
-}
-
-}  // namespace
-
-std::string_view qxTrim(std::string_view text) noexcept {
-  while (!text.empty() && isWhiteSpace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isWhiteSpace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
-std::string qxTrimAsString(std::string_view text) { return std::string(qxTrim(text)); }
+std::string qxTrimAsString(std::string_view text) { return std::string(qx::trim(text)); }
 
 std::string qxConcatURL(const std::vector<std::string>& items) {
   std::string url;

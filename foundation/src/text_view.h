@@ -3,5 +3,9 @@
 
 #include <string_view>
 
+namespace qx {
+
 /// What `qxTrimAsString` leaves of the text, as a view of it.
-std::string_view qxTrim(std::string_view text) noexcept;
+std::string_view trim(std::string_view text) noexcept;
+
+}  // namespace qx

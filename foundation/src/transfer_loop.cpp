@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <new>
-#include <utility>
-
-#include "openssl_guard.h"
 
 namespace qx {
 
@@ -184,66 +181,6 @@ TransferLoop::End TransferLoop::run(CurlEasy& easy, const CallControl& control) 
   end.keptSocket = easy.obtainInfo<curl_socket_t>(CURLINFO_ACTIVESOCKET, CURL_SOCKET_BAD);
   isSound_ = true;
   return end;
-}
-
-// ---- The loops that lie ready.
-
-namespace {
-
-/// libcurl is never cleaned up: other users of it in the process, and connections that a host still holds at the end,
-/// could not bear that.
-struct Library {
-  Library() {
-    const OpenSSLUse use;
-    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
-  }
-};
-
-struct Loops {
-  std::vector<std::unique_ptr<TransferLoop>> ready;
-  std::size_t borrowed = 0;
-  std::size_t keepings = 0;
-};
-
-}  // namespace
-
-BorrowedLoop::BorrowedLoop() {
-  const ProcessLock lock;
-  obtainShared<Library>(lock);
-  Loops& loops = obtainShared<Loops>(lock);
-  // Room for all, so that giving them back needs no memory.
-  loops.ready.reserve(loops.ready.size() + loops.borrowed + 1);
-  if (loops.ready.empty()) {
-    loop_ = std::make_unique<TransferLoop>(lock);
-  } else {
-    loop_ = std::move(loops.ready.back());
-    loops.ready.pop_back();
-  }
-  ++loops.borrowed;
-}
-
-// As many lie ready as are in use, and one more: few in a host that asks now and then, enough for one with many
-// threads.
-BorrowedLoop::~BorrowedLoop() {
-  const ProcessLock lock;
-  Loops& loops = obtainShared<Loops>(lock);
-  --loops.borrowed;
-  const bool isKept = loop_->isReusable() && loops.keepings > 0 && loops.ready.size() <= loops.borrowed;
-  if (isKept) loops.ready.push_back(std::move(loop_));
-}
-
-LoopKeeping::LoopKeeping() {
-  const ProcessLock lock;
-  generation_ = lock.obtainGeneration();
-  ++obtainShared<Loops>(lock).keepings;
-}
-
-LoopKeeping::~LoopKeeping() {
-  std::vector<std::unique_ptr<TransferLoop>> unused;  // ends after the lock
-  const ProcessLock lock;
-  if (generation_ != lock.obtainGeneration()) return;  // it counts in the parent of a fork
-  Loops& loops = obtainShared<Loops>(lock);
-  if (--loops.keepings == 0) unused.swap(loops.ready);
 }
 
 }  // namespace qx

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -59,34 +58,6 @@ class TransferLoop {
   std::optional<Clock::time_point> timer_;  // when libcurl wants to be called in any case
   bool isSound_ = true;
   CurlMulti multi_;
-};
-
-/// A loop for the length of one call: one that lies ready in the process, or a new one.
-class BorrowedLoop {
- public:
-  /// Initialises libcurl at the first use in the process. Throws `std::bad_alloc`.
-  BorrowedLoop();
-  ~BorrowedLoop();
-  BorrowedLoop(const BorrowedLoop&) = delete;
-  BorrowedLoop& operator=(const BorrowedLoop&) = delete;
-
-  TransferLoop& operator*() const noexcept { return *loop_; }
-  TransferLoop* operator->() const noexcept { return loop_.get(); }
-
- private:
-  std::unique_ptr<TransferLoop> loop_;
-};
-
-/// Loops lie ready as long as there is one of these: a host that has freed all its assistants has its descriptors back.
-class LoopKeeping {
- public:
-  LoopKeeping();
-  ~LoopKeeping();
-  LoopKeeping(const LoopKeeping&) = delete;
-  LoopKeeping& operator=(const LoopKeeping&) = delete;
-
- private:
-  unsigned generation_;
 };
 
 }  // namespace qx

@@ -114,7 +114,7 @@ int CMVariant::intValue() const {
 double CMVariant::doubleValue() const {
   if (const auto* number = std::get_if<double>(&value_)) return *number;
   if (const auto* number = std::get_if<std::int32_t>(&value_)) return *number;
-  if (const auto* text = stringIfAny()) return qxReadDouble(skipToNumber(*text));
+  if (const auto* text = stringIfAny()) return qx::readDouble(skipToNumber(*text));
   return 0;
 }
 

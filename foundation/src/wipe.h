@@ -3,5 +3,9 @@
 
 #include <cstddef>
 
+namespace qx {
+
 /// Overwrites the bytes, also where nobody reads them afterwards.
-void qxWipe(char* begin, std::size_t size) noexcept;
+void wipe(char* begin, std::size_t size) noexcept;
+
+}  // namespace qx

@@ -1,11 +1,11 @@
 // The date service of the process.
 #pragma once
 
-class ICSDateTimeService;
+#include "qx/date_time.h"
 
 namespace qx {
 
-/// Not owned; never null, never destroyed.
+/// As the app factory hands it out. Not owned; never null, never destroyed.
 ICSDateTimeService* obtainDateTimeServiceInstance();
 
 }  // namespace qx
