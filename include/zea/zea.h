@@ -1,23 +1,32 @@
 // libzea: lets the users of a database tool talk to a chat model about their database.
 //
-// The smallest host:
+// The smallest host. Its argument is the API's host, without one the provider's own:
 //
 //   #include <zea/zea.h>
-//   #include <iostream>
 //
-//   int main() {
-//     IZEAAssistant* assistant =
-//         ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, QX::createHTTPPoolCenter(), key, "", nullptr);
-//     assistant->updateProperties([](IZEAProperties* properties) {
-//       properties->setValue("model", "gpt-4o");
-//       properties->setValue("db_structure", structureAsJson);
+//   #include <cstdlib>
+//   #include <iostream>
+//   #include <memory>
+//
+//   int main(int argc, char** argv) {
+//     const char* key = std::getenv("OPENAI_API_KEY");
+//     std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter());
+//     IZEAAssistant* assistant = ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, pool.get(), key != nullptr ? key : "",
+//                                                   argc > 1 ? argv[1] : "", nullptr);
+//     if (assistant == nullptr) return 1;
+//     pool.release();  // the assistant owns it from now on
+//
+//     bool isSet = false;
+//     assistant->updateProperties([&isSet](IZEAProperties* properties) {
+//       isSet = properties->setValue("model", "gpt-4o") &&
+//               properties->setValue("db_structure", R"([{"schemas": [{"tables": [{"name": "orders", "fields": [
+//                   {"name": "id", "type": "int"}, {"name": "state", "type": "text"}]}]}]}])");
 //     });
-//     auto [reply, failure] = assistant->addMessage("Which customers have open orders?");
-//     if (reply != nullptr) {
-//       std::cout << reply->obtainSections().front()->obtainSectionText() << '\n';
-//     } else {
-//       std::cerr << failure << '\n';
-//     }
+//     if (!isSet) std::cerr << "The model is not told of the database.\n";
+//
+//     auto [reply, failure] = assistant->addMessage("Which orders are open?");
+//     if (reply != nullptr) std::cout << reply->obtainSections().front()->obtainSectionText() << '\n';
+//     std::cerr << failure;  // empty when there is a reply
 //     ZEAFreeObject(reply);
 //     ZEAFreeObject(assistant);
 //   }

@@ -6,8 +6,7 @@ set -euo pipefail
 build=$1 host=$2 compiler=$3
 
 work=$(mktemp -d)
-standin=
-trap '[ -z "$standin" ] || kill "$standin" || true; rm -rf "$work"' EXIT
+trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build" --prefix "$work/prefix" > "$work/install.log"
 cp -r "$host" "$work/host"
@@ -16,10 +15,5 @@ cmake -S "$work/host" -B "$work/host/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/
   -DBOOST_INCLUDE_DIR="${HOST_BOOST_INCLUDE_DIR:-}" > "$work/configure.log"
 cmake --build "$work/host/build" > "$work/build.log" || { cat "$work/build.log"; exit 1; }
 
-mkfifo "$work/url"
-"${4:-$work/prefix/bin/zea-standin}" > "$work/url" &
-standin=$!
-read -r url < "$work/url"
-answer=$("$work/host/build/$(basename "$host")" "$url" "How many orders are open?")
-printf '%s\n' "$answer"
-grep -q 'orders' <<< "$answer"
+"$(dirname "$0")/ask_standin.sh" "${4:-$work/prefix/bin/zea-standin}" \
+  "$work/host/build/$(basename "$host")" "How many orders are open?"
