@@ -13,6 +13,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::int64_t kUsualConnectMilliseconds = 10'000;  // as the settings have it by default
+// More than three weeks. Larger limits would overflow when they are added to the clock, and a long of libcurl's where
+// that has 32 bits.
 constexpr std::int64_t kMostMilliseconds = std::numeric_limits<std::int32_t>::max();
 
 milliseconds limitOf(std::int64_t given, std::int64_t otherwise) noexcept {
@@ -36,6 +38,7 @@ CallControl::Stop CallControl::obtainStopFromOutside() const noexcept {
 CallControl::Stop CallControl::obtainStop(bool isConnected) const noexcept {
   if (const Stop stop = obtainStopFromOutside(); stop != Stop::None) return stop;
   const Clock::time_point now = Clock::now();
+  // Without a connection it is the connection that took too long, whichever limit was the shorter one.
   if (hasRequestLimit_ && now >= requestEnd_) return isConnected ? Stop::RequestTimedOut : Stop::ConnectTimedOut;
   return !isConnected && now >= connectEnd_ ? Stop::ConnectTimedOut : Stop::None;
 }
@@ -55,6 +58,7 @@ std::int32_t CallControl::obtainCode(Stop stop) noexcept {
 
 CallControl::Milliseconds CallControl::obtainMillisecondsLeft() const noexcept {
   const Clock::time_point now = Clock::now();
+  // Rounded up: libcurl takes 0 for no limit, and would end a moment before the time.
   const auto count = [now](Clock::time_point end) {
     return static_cast<long>(std::max<std::int64_t>(std::chrono::ceil<milliseconds>(end - now).count(), 1));
   };

@@ -5,6 +5,7 @@
 namespace qx {
 
 void CancelState::begin() noexcept {
+  // A message of an assistant is an operation around those of its calls.
   if (depth_++ == 0) phase_ = Phase::Running;
 }
 
@@ -19,12 +20,14 @@ void CancelState::end() noexcept {
 
 void CancelState::setWaker(platform::Waker* waker) noexcept {
   waker_ = waker;
+  // A cancel that has just read the old one may not have used it yet, and it goes after this.
   if (waker == nullptr) waitForCancel();
 }
 
 bool CancelState::isCancelled() const noexcept { return phase_ >= Phase::Cancelling; }
 
 void CancelState::cancel() noexcept {
+  // Of several cancels one does the work, and none has anything to do where nothing runs.
   Phase running = Phase::Running;
   if (!phase_.compare_exchange_strong(running, Phase::Cancelling)) return;
   if (platform::Waker* const waker = waker_; waker != nullptr) waker->wake();

@@ -6,6 +6,7 @@ namespace qx {
 
 namespace {
 
+// Added to the size of the window, it has zlib read the gzip format alone, with its header and check sum.
 constexpr int kGzipOnly = 16 + MAX_WBITS;
 
 }  // namespace
@@ -19,14 +20,14 @@ GzipReader::~GzipReader() {
   static_cast<void>(inflateEnd(&stream_));
 }
 
-void GzipReader::setInput(std::string_view packed) noexcept {
+void GzipReader::setInput(std::string_view compressed) noexcept {
   // zlib doesn't write to its input, whatever the type of the pointer.
-  stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
-  stream_.avail_in = static_cast<uInt>(packed.size());
+  stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(compressed.data()));
+  stream_.avail_in = static_cast<uInt>(compressed.size());
 }
 
-std::string_view GzipReader::unpackPiece() noexcept {
-  // A text may be packed in several parts, one behind the other.
+std::string_view GzipReader::decompressPiece() noexcept {
+  // The format allows several compressed parts, one after the other; their texts are one.
   if (isEnded_ && stream_.avail_in > 0) {
     isDamaged_ = inflateReset(&stream_) != Z_OK;
     isEnded_ = false;
@@ -36,7 +37,7 @@ std::string_view GzipReader::unpackPiece() noexcept {
   if (isEnded_ || isDamaged_) return {};
   const int result = inflate(&stream_, Z_NO_FLUSH);
   isEnded_ = result == Z_STREAM_END;
-  // There is nothing to be done where the last piece ended with the last byte of the input.
+  // Z_BUF_ERROR is no damage: nothing was left to do, where a full piece ended with the last byte of the input.
   isDamaged_ = result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR;
   return {piece_, kPieceBytes - stream_.avail_out};
 }

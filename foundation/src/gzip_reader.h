@@ -1,4 +1,5 @@
-// Unpacks gzip as it arrives. libcurl would do it too, but takes a packed text that breaks off for a whole one.
+// Decompresses gzip as it arrives. libcurl would do it too, but takes a compressed body that breaks off for a whole
+// one.
 #pragma once
 
 #include <zlib.h>
@@ -7,7 +8,7 @@
 
 namespace qx {
 
-/// Large, so it is for the heap, and only where something is packed.
+/// Large, so it is for the heap, and only where something is compressed.
 class GzipReader {
  public:
   /// Throws `std::bad_alloc`.
@@ -16,25 +17,25 @@ class GzipReader {
   GzipReader(const GzipReader&) = delete;
   GzipReader& operator=(const GzipReader&) = delete;
 
-  /// Unpacks what comes next and hands it piece by piece to `take`, a callable that gets a `std::string_view` and
+  /// Decompresses what comes next and hands it piece by piece to `take`, a callable that gets a `std::string_view` and
   /// returns false to stop. False when the data are damaged or `take` stopped.
   template <typename Take>
-  bool unpack(std::string_view packed, Take&& take) {
-    setInput(packed);
+  bool decompress(std::string_view compressed, Take&& take) {
+    setInput(compressed);
     do {
-      const std::string_view piece = unpackPiece();
+      const std::string_view piece = decompressPiece();
       if (isDamaged_ || (!piece.empty() && !take(piece))) return false;
     } while (hasMore());
     return true;
   }
-  /// True when the packed text has come up to its check sum.
+  /// True when the compressed body has come up to its check sum.
   bool isWhole() const noexcept { return isEnded_; }
 
  private:
   static constexpr unsigned kPieceBytes = 16U * 1024U;
 
-  void setInput(std::string_view packed) noexcept;
-  std::string_view unpackPiece() noexcept;
+  void setInput(std::string_view compressed) noexcept;
+  std::string_view decompressPiece() noexcept;
   bool hasMore() const noexcept { return stream_.avail_in > 0 || stream_.avail_out == 0; }
 
   z_stream stream_{};

@@ -16,6 +16,7 @@ namespace {
 
 /// Of an address by itself, and of a name that means this machine; none of a name that has to be looked up.
 std::vector<std::string> obtainKnownAddresses(std::string_view host) {
+  // No name server is asked about this machine: its answer could send a key elsewhere.
   constexpr std::string_view kLocal = ".localhost";
   if (platform::isAddress(std::string(host))) return {std::string(host)};
   const std::string_view end = host.substr(host.size() - std::min(host.size(), kLocal.size()));
@@ -30,6 +31,7 @@ void HostNames::fill(RestEndpoint host, const RestEndpoint* proxy) {
   const bool isHostKnown = !obtainKnownAddresses(host.host).empty();
   names_.push_back({std::move(host), false});
   if (proxy != nullptr) names_.push_back({*proxy, true});
+  // The last one is looked up first, see the header.
   if (isHostKnown) std::reverse(names_.begin(), names_.end());
 }
 
@@ -65,7 +67,7 @@ std::int32_t HostNames::lookUp(const RestEndpoint& endpoint) {
   return CMRestCode::Success;
 }
 
-/// They are good for a minute, as those that libcurl looks up.
+/// The plus sign has libcurl forget them after a minute, as those that it looks up itself.
 void HostNames::add(const RestEndpoint& endpoint, const std::vector<std::string>& addresses) {
   if (endpoint.host.find(':') != std::string::npos) {
     isPlainAddress_ = true;  // one of IPv6 cannot be named in a line like this

@@ -21,15 +21,15 @@ class HostNames {
   HostNames(const HostNames&) = delete;
   HostNames& operator=(const HostNames&) = delete;
 
-  /// Whether names have been given already.
+  /// Whether it has been told the names already.
   bool isFilled() const noexcept { return isFilled_; }
   /// Those of the URL and, where there is one, of the proxy. libcurl wants an address and doesn't say, in all releases,
   /// of which: of the host, or of the proxy unless that is bypassed. What needs no lookup comes first, as a proxy that
-  /// is not in reach must not keep anybody from this machine; then the proxy's, since most hosts behind one are for the
+  /// is not in reach must not keep anybody from this machine; then the proxy's, since most hosts beyond one are for the
   /// proxy to find.
   void fill(RestEndpoint host, const RestEndpoint* proxy);
 
-  /// Looks the next name up. Gives `CMRestCode::Success`, and the transfer is to be tried again, or the code of the
+  /// Looks the next name up. Returns `CMRestCode::Success`, and the transfer is to be tried again, or the code of the
   /// failure. Throws `std::bad_alloc`.
   std::int32_t lookUpNext();
 

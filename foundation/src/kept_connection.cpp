@@ -52,7 +52,10 @@ KeptConnection::Loan::Loan(KeptConnection* connection, CurlEasy& easy, bool isSe
     : connection_(connection), easy_(easy) {
   if (connection == nullptr) return;
   const curl_socket_t socket = std::exchange(connection->idleSocket_, CURL_SOCKET_BAD);
+  // What a server says unasked is its farewell, or would be read as the answer to the next request.
   const bool hasSpoken = socket != CURL_SOCKET_BAD && platform::peek(socket) != platform::Unread::Nothing;
+  // libcurl reuses a connection for the same host whatever it trusted when it was made, since the authorities aren't
+  // among its options.
   if (hasSpoken || isSecure != connection->isSecure_ || authorities != connection->authorities_) connection->close();
   if (!connection->share_) connection->open(isSecure, authorities);
   easy.set(CURLOPT_SHARE, connection->share_.get());
@@ -60,6 +63,7 @@ KeptConnection::Loan::Loan(KeptConnection* connection, CurlEasy& easy, bool isSe
 
 KeptConnection::Loan::~Loan() {
   if (connection_ == nullptr) return;
+  // A share can neither be changed nor freed while a transfer holds on to it.
   easy_.set(CURLOPT_SHARE, nullptr);
   connection_->idleSocket_ = socket_;
 }
@@ -70,6 +74,7 @@ void KeptConnection::open(bool isSecure, const std::string& authorities) {
   if (!share || curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_CONNECT) != CURLSHE_OK) {
     throw std::bad_alloc();
   }
+  // The one step that may throw comes first.
   authorities_ = authorities;
   isSecure_ = isSecure;
   generation_ = lock.obtainGeneration();

@@ -23,6 +23,7 @@ struct Library {
   }
 };
 
+/// Loops belong to no pool of connections: a host may have a thousand of those, and asks through a few at a time.
 struct Loops {
   std::vector<std::unique_ptr<TransferLoop>> ready;
   std::size_t borrowed = 0;
@@ -46,7 +47,7 @@ BorrowedLoop::BorrowedLoop() {
   ++loops.borrowed;
 }
 
-// As many lie ready as are in use, and one more: few in a host that asks now and then, enough for one with many
+// As many are pooled as are in use, and one more: few in a host that asks now and then, enough for one with many
 // threads.
 BorrowedLoop::~BorrowedLoop() {
   const ProcessLock lock;
@@ -63,11 +64,15 @@ LoopKeeping::LoopKeeping() {
 }
 
 LoopKeeping::~LoopKeeping() {
-  std::vector<std::unique_ptr<TransferLoop>> unused;  // ends after the lock
-  const ProcessLock lock;
-  if (generation_ != lock.obtainGeneration()) return;  // it counts in the parent of a fork
-  Loops& loops = obtainShared<Loops>(lock);
-  if (--loops.keepings == 0) unused.swap(loops.ready);
+  std::vector<std::unique_ptr<TransferLoop>> unused;
+  {
+    const ProcessLock lock;
+    if (generation_ != lock.obtainGeneration()) return;  // it counts in the parent of a fork
+    Loops& loops = obtainShared<Loops>(lock);
+    if (--loops.keepings == 0) unused.swap(loops.ready);
+  }
+  // They go without the lock: closing their descriptors takes system calls, and no other call should wait for those.
+  unused.clear();
 }
 
 }  // namespace qx

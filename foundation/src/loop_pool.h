@@ -1,4 +1,4 @@
-// The loops of the process that wait for the next call.
+// The pooled loops of the process.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,7 @@
 
 namespace qx {
 
-/// A loop for the length of one call: one that lies ready in the process, or a new one.
+/// A loop for the length of one call: a pooled one, or a new one.
 class BorrowedLoop {
  public:
   /// Initialises libcurl at the first use in the process. Throws `std::bad_alloc`.
@@ -23,7 +23,8 @@ class BorrowedLoop {
   std::unique_ptr<TransferLoop> loop_;
 };
 
-/// Loops lie ready as long as there is one of these: a host that has freed all its assistants has its descriptors back.
+/// Loops are pooled as long as there is one of these: a host that has freed all its assistants has its descriptors
+/// back.
 class LoopKeeping {
  public:
   LoopKeeping();

@@ -10,10 +10,13 @@ namespace qx {
 
 namespace {
 
+// Without an answer the system's resolver gives up after half a minute. A host that goes on asking meanwhile must not
+// gather threads.
 constexpr std::size_t kMostThreads = 8;
 
 }  // namespace
 
+/// What a thread of the resolver and the calls that wait for it share. It outlives whoever gives up.
 struct NameLookup::Task {
   std::string name;
   bool hasEnded = false;
@@ -49,6 +52,7 @@ NameLookup::Beginning NameLookup::begin(const std::string& name) {
 NameLookup::~NameLookup() {
   if (!task_) return;
   const ProcessLock lock;
+  // The thread may go on for long, and the waker goes now.
   auto& waiting = task_->waiting;
   waiting.erase(std::find(waiting.begin(), waiting.end(), &waker_));
 }
@@ -72,6 +76,7 @@ void* NameLookup::work(void* given) {
   const ProcessLock lock;
   task.addresses = std::move(addresses);
   task.hasEnded = true;
+  // Addresses change: whoever asks from now on begins a lookup of its own.
   obtainShared<Tasks>(lock).running.erase(task.name);
   for (platform::Waker* const waker : task.waiting) waker->wake();
   return nullptr;

@@ -11,6 +11,8 @@ namespace qx {
 
 namespace {
 
+// A use counts itself before it looks at `hasEnded`, the clean-up sets that before it looks at the count: one of the
+// two sees the other.
 constinit std::atomic<bool> isPrepared = false;
 constinit std::atomic<bool> hasEnded = false;
 constinit std::atomic<int> useCount = 0;
@@ -18,6 +20,7 @@ constinit std::atomic<int> useCount = 0;
 // OpenSSL calls it at the beginning of its clean-up.
 void waitForUses() {
   using std::chrono::milliseconds;
+  // Running calls look every tenth of a second. One that is stuck must not keep the process from ending.
   constexpr int kMostMilliseconds = 500;
   hasEnded = true;
   for (int waited = 0; useCount > 0 && waited < kMostMilliseconds; ++waited) {
@@ -61,6 +64,7 @@ OpenSSLUse::OpenSSLUse() noexcept {
 OpenSSLUse::~OpenSSLUse() {
   if (hasEnded) return;
   if (ERR_peek_error() != 0) ERR_clear_error();
+  // Each goes to the end of the queue, so the oldest comes first as before.
   for (const Error& error : hostErrors_) {
     ERR_new();
     ERR_set_debug(error.file.c_str(), error.line, error.function.c_str());

@@ -7,7 +7,7 @@
 namespace qx {
 
 /// Asks OpenSSL not to clean up when the process exits, where calls may still be running; a host that used it earlier
-/// has decided that already, and then the clean-up waits for them. To be called ahead of its first use, as often as one
+/// has decided that already, and then the clean-up waits for them. To be called before its first use, as often as one
 /// likes. Any thread may call it.
 void prepareOpenSSL() noexcept;
 

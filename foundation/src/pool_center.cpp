@@ -9,7 +9,7 @@ PoolCenter::PoolCenter(std::shared_ptr<QXCancelSource> cancelSource) : cancelSou
 PoolCenter::~PoolCenter() = default;
 
 std::unique_ptr<PoolCenter> PoolCenter::create(std::shared_ptr<QXCancelSource> cancelSource) {
-  // Ahead of the claim: a source must not be used up by a pool that there was no memory for.
+  // Before the claim: a source must not be used up by a pool that there was no memory for.
   std::unique_ptr<PoolCenter> pool(new PoolCenter(std::move(cancelSource)));
   CancelState* const state = pool->obtainCancelState();
   return state == nullptr || state->claim() ? std::move(pool) : nullptr;

@@ -45,21 +45,22 @@ bool ReplyReceiver::giveUp(ReplyFault fault) noexcept {
 }
 
 bool ReplyReceiver::takeHeaderLine(std::string_view line) noexcept {
+  // Counted over all heads and the trailer: interim responses may come without end.
   headerBytes_ += line.size();
   if (headerBytes_ > maxHeaderBytes_) return giveUp(ReplyFault::HeadersTooLarge);
   const bool isStatusLine = line.substr(0, 5) == "HTTP/";
   if (hasBody_ || (hasWholeHead_ && !isStatusLine)) return true;  // a trailer
   if (isStatusLine) {
     if (!isReadableStatusLine(line)) return giveUp(ReplyFault::Malformed);
-    // The first head, or the one after an interim response.
+    // The first head, or the one after an interim response, of whose fields none counts for the reply.
     isHeadNew_ = true;
     hasWholeHead_ = false;
-    packing_ = Packing::None;
+    coding_ = ContentCoding::None;
     length_.reset();
     isChunked_ = false;
     return true;
   }
-  // There is nothing yet that it could continue.
+  // A line that begins with a blank continues the field above it, and there is none yet.
   if (std::exchange(isHeadNew_, false) && isBlank(line.front())) return giveUp(ReplyFault::Malformed);
   if (line == "\r\n" || line == "\n") hasWholeHead_ = true;
   const std::size_t colon = line.find(':');
@@ -70,14 +71,16 @@ bool ReplyReceiver::takeField(std::string_view name, std::string_view value) noe
   if (isSameIgnoringCase(name, "Content-Length")) return takeLength(trimField(value));
   if (isSameIgnoringCase(name, "Transfer-Encoding")) {
     value = trimField(value);
+    // libcurl would decode others, and take one that breaks off for whole.
     isChunked_ = isSameIgnoringCase(value, "chunked");
     return isChunked_ || isSameIgnoringCase(value, "identity") || giveUp(ReplyFault::Malformed);
   }
   if (!isSameIgnoringCase(name, "Content-Encoding")) return true;
   value = trimField(value);
   if (isSameIgnoringCase(value, "identity")) return true;
+  // Only gzip was asked for; another coding, or one over another, cannot be read.
   const bool isGzip = isSameIgnoringCase(value, "gzip") || isSameIgnoringCase(value, "x-gzip");
-  packing_ = isGzip && packing_ == Packing::None ? Packing::Gzip : Packing::Unknown;
+  coding_ = isGzip && coding_ == ContentCoding::None ? ContentCoding::Gzip : ContentCoding::Unknown;
   return true;
 }
 
@@ -95,17 +98,18 @@ bool ReplyReceiver::takeBody(std::string_view data) noexcept {
   try {
     if (!hasBody_) {
       hasBody_ = true;
-      if (packing_ == Packing::Unknown) return giveUp(ReplyFault::Malformed);
+      if (coding_ == ContentCoding::Unknown) return giveUp(ReplyFault::Malformed);
       if (length_ && *length_ > maxBodyBytes_) return giveUp(ReplyFault::BodyTooLarge);
       if (length_) body_.reserve(static_cast<std::size_t>(std::min(*length_, kMostReserved)));
     }
-    // What unpacks to nothing counts too.
+    // The bytes as sent count too: a stream of empty compressed parts would never end.
     bodyBytes_ += data.size();
     if (bodyBytes_ > maxBodyBytes_) return giveUp(ReplyFault::BodyTooLarge);
-    if (packing_ == Packing::None) return append(data);
-    if (!unpacker_) unpacker_ = std::make_unique<GzipReader>();
-    const bool isUnpacked = unpacker_->unpack(data, [this](std::string_view piece) { return append(piece); });
-    return isUnpacked || giveUp(fault_ == ReplyFault::None ? ReplyFault::Malformed : fault_);
+    if (coding_ == ContentCoding::None) return append(data);
+    if (!decompressor_) decompressor_ = std::make_unique<GzipReader>();
+    const bool isDecompressed =
+        decompressor_->decompress(data, [this](std::string_view piece) { return append(piece); });
+    return isDecompressed || giveUp(fault_ == ReplyFault::None ? ReplyFault::Malformed : fault_);
   } catch (...) {
     return giveUp(ReplyFault::OutOfMemory);
   }

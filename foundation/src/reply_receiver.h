@@ -16,7 +16,7 @@ namespace qx {
 /// What is wrong with a reply that was given up.
 enum class ReplyFault { None, HeadersTooLarge, BodyTooLarge, Malformed, OutOfMemory };
 
-/// Puts a reply together, within limits: reads the head for what libcurl is too lenient with, unpacks the body. It
+/// Puts a reply together, within limits: reads the head for what libcurl is too lenient with, decompresses the body. It
 /// throws nothing, since it works inside libcurl's callbacks.
 class ReplyReceiver {
  public:
@@ -32,14 +32,14 @@ class ReplyReceiver {
   bool hasBegun() const noexcept { return headerBytes_ > 0; }
   /// True when the head came with its final line.
   bool hasWholeHead() const noexcept { return hasWholeHead_; }
-  /// True when a packed body came up to its end; what isn't packed is whole by this measure.
-  bool isWholePacking() const noexcept { return !unpacker_ || unpacker_->isWhole(); }
+  /// True when a compressed body came up to its end; one without a content coding is whole by this measure.
+  bool isCodingWhole() const noexcept { return !decompressor_ || decompressor_->isWhole(); }
   /// True when nothing but the end of the connection tells where the body ends.
   bool isEndedByClose() const noexcept { return !length_ && !isChunked_; }
   std::string releaseBody() noexcept { return std::move(body_); }
 
  private:
-  enum class Packing { None, Gzip, Unknown };
+  enum class ContentCoding { None, Gzip, Unknown };
 
   bool giveUp(ReplyFault fault) noexcept;
   bool takeField(std::string_view name, std::string_view value) noexcept;
@@ -52,11 +52,11 @@ class ReplyReceiver {
   std::uint64_t bodyBytes_ = 0;  // as they were sent
   bool isHeadNew_ = false;       // its status line was the last one
   bool hasWholeHead_ = false;
-  Packing packing_ = Packing::None;
+  ContentCoding coding_ = ContentCoding::None;
   std::optional<std::uint64_t> length_;
   bool isChunked_ = false;
   bool hasBody_ = false;
-  std::unique_ptr<GzipReader> unpacker_;  // of a packed body that has begun
+  std::unique_ptr<GzipReader> decompressor_;  // of a compressed body that has begun
   std::string body_;
   ReplyFault fault_ = ReplyFault::None;
 };

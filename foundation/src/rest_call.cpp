@@ -97,7 +97,7 @@ std::int32_t Exchange::prepare() {
   setAuthorities(easy_, settings_, call_.isSecure);
   if (proxy_) setProxy(easy_, *proxy_, settings_);
   setBody(easy_, call_.postBody);
-  // What a proxy says unasked may lie decrypted in its own layer of TLS, where nobody sees it ahead of the next call.
+  // What a proxy says unasked may lie decrypted in its own layer of TLS, where nobody sees it before the next call.
   const bool isTwiceInTLS = isSecureURL(call_.request.obtainURL()) && isSecureURL(settings_.proxyURL);
   if (means_.connection == nullptr || isTwiceInTLS) easy_.set(CURLOPT_FORBID_REUSE, 1L);
   return CMRestCode::Success;
@@ -157,7 +157,7 @@ RestOutcome Exchange::describe(CURLcode result) const {
   outcome.isCutOff = reply_.isEndedByClose() && isCurlOnOurOpenSSL() && !tls.isEndTold && isInsideTLS();
   outcome.hasReplyBegun = reply_.hasBegun();
   outcome.hasWholeHead = reply_.hasWholeHead();
-  outcome.isWholePacking = reply_.isWholePacking();
+  outcome.isCodingWhole = reply_.isCodingWhole();
   outcome.fault = reply_.obtainFault();
   return outcome;
 }
@@ -189,6 +189,7 @@ RestResult Exchange::run() {
 }  // namespace
 
 RestResult performRestCall(const RestCall& call, const CMRestGlobalSettings& settings, PoolCenter* pool) {
+  // From before the loop and the lease until after both: ending a connection uses OpenSSL as well.
   std::optional<OpenSSLUse> use;
   if (call.isSecure) use.emplace();
   if (call.isSecure && hasOpenSSLEnded()) return {CMRestCode::ProcessEnding, {}};

@@ -23,6 +23,7 @@ bool areSendable(const CMRestParamList& query) {
   return std::all_of(query.begin(), query.end(), [](const auto& param) { return isHeaderValue(trim(param.second)); });
 }
 
+/// Holds nothing of a call, so that one client may make many.
 class RestClient final : public ICSRestClient {
  public:
   RestClient(const CMRestGlobalSettings* settings, CMRestSession* session) : settings_(settings), session_(session) {}
@@ -41,7 +42,7 @@ class RestClient final : public ICSRestClient {
   }
 
  private:
-  // Ahead of all that may throw, a host's own JSON value included.
+  // Before anything may throw, a host's own JSON value included.
   static void clear(CMRestResourceResponse** response) noexcept {
     if (response != nullptr) *response = nullptr;
   }
@@ -60,6 +61,7 @@ class RestClient final : public ICSRestClient {
   std::int32_t finish(RestResult result, CMRestResourceResponse** response) {
     if (!qxAssert(response != nullptr)) return result.code;
     auto filled = std::make_unique<CMRestResourceResponse>(std::move(result.body), obtainSettings().maxResponseBytes);
+    // Known only now: a reply within the limit of bytes may have more values than memory is allowed for.
     if (filled->isTooLarge()) result.code = CMRestCode::ReplyTooLarge;
     noteCode(result.code);
     *response = filled.release();
@@ -98,6 +100,7 @@ class RestClientFactory final : public ICSRestClientFactory {
 }  // namespace
 
 ICSRestClientFactory* obtainRestClientFactoryInstance() {
+  // Never destroyed, as the app factory that hands it out.
   static RestClientFactory* const factory = std::make_unique<RestClientFactory>().release();
   return factory;
 }

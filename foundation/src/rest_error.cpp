@@ -17,6 +17,7 @@ struct Text {
   std::string_view text;
 };
 
+// What happened and, where there is one, what to do. None holds a URL, a query or a key, as they are shown and logged.
 constexpr std::array kSentences = {
     Text{CMRestCode::Success, ""},
     Text{CMRestCode::InvalidURL, "The address is no valid http or https URL; check the host."},
@@ -63,6 +64,7 @@ constexpr std::array kSentences = {
 };
 constexpr std::string_view kUnknownCode = "The request failed for an unknown reason.";
 
+// The registered phrases. The one that comes with a status is free text of the server's, or missing.
 constexpr std::array kReasons = {
     Text{100, "Continue"},
     Text{101, "Switching Protocols"},
@@ -126,6 +128,7 @@ std::string describeStatus(std::int32_t status) {
   std::string message = "HTTP " + std::to_string(status);
   const std::string_view reason = findText(kReasons, status, "");
   if (!reason.empty()) message.append(" ").append(reason);
+  // Not a choice among several, nor a document that is unchanged: those name no other address.
   if (status >= 301 && status <= 308 && status != 304) {
     message += "; redirects are not followed, so use the address that the server moved to";
   }
@@ -153,6 +156,7 @@ class ErrorService final : public ICSErrorService {
 }  // namespace
 
 ICSErrorService* obtainErrorServiceInstance() {
+  // Never destroyed, as the app factory that hands it out.
   static ErrorService* const service = std::make_unique<ErrorService>().release();
   return service;
 }

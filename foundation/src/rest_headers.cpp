@@ -14,10 +14,12 @@ namespace {
 
 constexpr std::string_view kDefaultUserAgent = "libqx/" QX_VERSION;
 
+// The C library's own depends on the locale, which is the host's.
 char toLowerASCII(char character) noexcept {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
+// Anything else could end the name early, and what follows would be read as something else.
 bool isTokenCharacter(char character) noexcept {
   const char lower = toLowerASCII(character);
   return (lower >= 'a' && lower <= 'z') || (lower >= '0' && lower <= '9') ||
@@ -37,6 +39,7 @@ void appendLine(CurlList& lines, std::string_view name, std::string_view separat
   std::string line;
   line.reserve(name.size() + separator.size() + value.size());
   line.append(name).append(separator).append(value);
+  // Wiped whatever comes of it: the value may be a key, and libcurl has a copy.
   const bool isAppended = appendTo(lines, line);
   qxWipe(line);
   if (!isAppended) throw std::bad_alloc();
@@ -61,6 +64,7 @@ CurlList makeLines(const HeaderSources& sources) {
   for (const auto& [name, value] : sources.request) {
     if (!appendHeader(lines, name, value)) return nullptr;
   }
+  // An own header only where neither source has one: a host may ask for something special.
   const auto appendOwn = [&](std::string_view name, std::string_view value) {
     if (hasHeader(sources.session, name) || hasHeader(sources.request, name)) return;
     appendLine(lines, name, value.empty() ? ":" : ": ", value);

@@ -39,8 +39,8 @@ class RestHeaders {
   RestHeaders(const RestHeaders&) = delete;
   RestHeaders& operator=(const RestHeaders&) = delete;
 
-  /// Gives the transfer the headers, trimmed at both ends; it must end before the next time. Those of libqx stand back
-  /// behind the sources' of the same name. False when a name or a value may not stand in a header. Throws
+  /// Gives the transfer the headers, trimmed at both ends; it must end before the next time. One of the sources
+  /// replaces that of libqx with the same name. False when a name or a value may not stand in a header. Throws
   /// `std::bad_alloc`.
   bool setOn(CurlEasy& easy, const HeaderSources& sources);
 

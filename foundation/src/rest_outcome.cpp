@@ -34,9 +34,9 @@ constexpr std::array kPlainCodes = {
 
 std::int32_t obtainStatusCode(const RestOutcome& outcome) noexcept {
   if (!outcome.hasReplyBegun) return CMRestCode::ClosedBeforeReply;
-  // libcurl is content with a reply that ends between two of its headers or behind a preliminary one, and
-  // doesn't know about the packing.
-  if (!outcome.hasWholeHead || outcome.status < 200 || !outcome.isWholePacking) return CMRestCode::ClosedInsideReply;
+  // libcurl is content with a reply that ends between two of its headers or after an interim response, and
+  // doesn't know about the content coding.
+  if (!outcome.hasWholeHead || outcome.status < 200 || !outcome.isCodingWhole) return CMRestCode::ClosedInsideReply;
   const bool hasBody = outcome.status != 204 && outcome.status != 304;
   if (hasBody && outcome.isCutOff) return CMRestCode::ClosedInsideReply;
   return outcome.status < 300 ? std::int32_t{CMRestCode::Success} : static_cast<std::int32_t>(outcome.status);
@@ -57,6 +57,12 @@ bool isBrokenOff(CURLcode result) noexcept {
 std::int32_t obtainFaultCode(ReplyFault fault) noexcept {
   if (fault == ReplyFault::HeadersTooLarge) return CMRestCode::HeadersTooLarge;
   return fault == ReplyFault::BodyTooLarge ? CMRestCode::ReplyTooLarge : CMRestCode::MalformedReply;
+}
+
+std::int32_t obtainPlainCode(CURLcode result) noexcept {
+  const auto* const found =
+      std::find_if(kPlainCodes.begin(), kPlainCodes.end(), [result](const auto& pair) { return pair.first == result; });
+  return found != kPlainCodes.end() ? found->second : std::int32_t{CMRestCode::TransferFailed};
 }
 
 }  // namespace
@@ -86,9 +92,7 @@ std::int32_t obtainRestCode(const RestOutcome& outcome) noexcept {
     case CURLE_OUT_OF_MEMORY:  // that is also what libcurl before 8.6 calls a single header of more than 100 kB
       return outcome.isConnected && !outcome.hasWholeHead ? CMRestCode::HeadersTooLarge : CMRestCode::TransferFailed;
     default:
-      const auto* const found = std::find_if(kPlainCodes.begin(), kPlainCodes.end(),
-                                             [&outcome](const auto& pair) { return pair.first == outcome.result; });
-      return found != kPlainCodes.end() ? found->second : std::int32_t{CMRestCode::TransferFailed};
+      return obtainPlainCode(outcome.result);
   }
 }
 

@@ -24,8 +24,8 @@ struct RestOutcome {
   bool isChainTrusted = true;        // false when the certificate's chain was refused, whatever its name
   bool hasReplyBegun = false;        // something of the reply was received
   bool hasWholeHead = false;         // the reply's header block came with its final line
-  bool isCutOff = false;       // only the connection's end ended the body, and inside TLS the server hasn't told it
-  bool isWholePacking = true;  // the body isn't packed, or came up to the end of its packing
+  bool isCutOff = false;      // only the connection's end ended the body, and inside TLS the server hasn't told it
+  bool isCodingWhole = true;  // the body has no content coding, or came up to the end of it
   ReplyFault fault = ReplyFault::None;
 };
 

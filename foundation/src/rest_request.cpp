@@ -29,6 +29,7 @@ CMRestGetRequest::~CMRestGetRequest() = default;
 CMRestPostRequest::~CMRestPostRequest() = default;
 
 void CMRestRequest::setURL(std::string url) {
+  // The URL before may have held a key, and now is in the parameter.
   url_.swap(url);
   qxWipe(url);
 }

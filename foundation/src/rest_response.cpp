@@ -19,6 +19,7 @@ std::unique_ptr<const COJson> CMRestResourceResponse::parse(std::uint64_t mostVa
   std::unique_ptr<const COJson> json(new COJson(qx::JsonAccess::parse(std::move(arena), mostValueBytes)));
   if (json->getIsValidJson()) return json;
   isTooLarge_ = qx::JsonAccess::nodeOf(*json).kind == qx::JsonKind::TooLarge;
+  // Assigned, not cleared, which would keep the memory that there was too much of.
   if (isTooLarge_) buffer_ = std::string();
   return nullptr;
 }

@@ -20,6 +20,7 @@ void CMRestSession::addHeaderParam(std::string_view name, std::string_view value
   if (known == headers_.end()) {
     headers_.emplace_back(std::move(trimmedName), value);
   } else {
+    // Swapped, not assigned: assigning might free the old value, which may be a key, before it can be wiped.
     std::string replaced(value);
     known->second.swap(replaced);
     qxWipe(replaced);

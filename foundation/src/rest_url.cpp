@@ -83,6 +83,7 @@ void appendQuery(std::string& target, const CMRestParamList& query) {
   }
 }
 
+// With the two characters that join a pair to the others.
 std::size_t countBytes(const CMRestParamList& query) {
   std::size_t bytes = 0;
   for (const auto& [name, value] : query) bytes += name.size() + value.size() + 2;
@@ -101,7 +102,7 @@ bool isHTTPScheme(std::string_view scheme) noexcept {
   return isSameIgnoringCase(scheme, "http") || isSameIgnoringCase(scheme, "https");
 }
 
-/// Replaces the host's name between `begin` and `end`, where there may be a user in front of it and a port behind it,
+/// Replaces the host's name between `begin` and `end`, where a user may stand before it and a port after it,
 /// by what the name system knows it by. libcurl would read it in the locale's encoding. False when it is no name.
 bool convertHost(std::string& url, std::size_t begin, std::size_t end) {
   const auto isForeign = [](char character) { return static_cast<unsigned char>(character) >= 0x80; };
@@ -111,6 +112,7 @@ bool convertHost(std::string& url, std::size_t begin, std::size_t end) {
   const std::string name = url.substr(begin, end - begin);
   if (std::none_of(name.begin(), name.end(), isForeign)) return true;
   std::uint8_t* converted = nullptr;
+  // As browsers do it: the same text leads to the same host.
   const int result = idn2_lookup_u8(reinterpret_cast<const std::uint8_t*>(name.c_str()), &converted,
                                     IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL);
   const std::unique_ptr<std::uint8_t, CurlRelease<idn2_free>> owned(converted);
@@ -130,7 +132,7 @@ std::string encodeURL(std::string_view text, const CMRestParamList& query) {
   // Nothing is mended in front of the path. libcurl finds all that is wrong there but a NUL, where it stops reading,
   // and an escaped delete character, which it would send unescaped.
   std::string result;
-  result.reserve(3 * (text.size() + countBytes(query)));  // growing would leave copies of a key behind
+  result.reserve(3 * (text.size() + countBytes(query)));  // growing would leave copies of a key in freed memory
   result = text.substr(0, pathBegin);
   if (result.find('\0') != std::string::npos || result.find("%7F") != std::string::npos ||
       result.find("%7f") != std::string::npos) {
@@ -152,6 +154,7 @@ std::string obtainPart(const CurlURL& parsed, CURLUPart part, unsigned flags = C
 
 RestEndpoint obtainEndpointOf(const CurlURL& parsed) {
   RestEndpoint endpoint{obtainPart(parsed, CURLUPART_HOST), obtainPart(parsed, CURLUPART_PORT)};
+  // Addresses of IPv6 are looked at and told to libcurl without their brackets.
   if (endpoint.host.size() > 2 && endpoint.host.front() == '[') {
     endpoint.host = endpoint.host.substr(1, endpoint.host.size() - 2);
   }

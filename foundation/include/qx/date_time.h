@@ -10,7 +10,7 @@
 class QX_API CODateTime {
  public:
   /// Parses a text by a strftime-style format such as "%Y-%m-%dT%H:%M:%SZ", in the classic locale. Never null: a
-  /// text that doesn't match the format whole, or names a day that doesn't exist, makes a date that is not valid.
+  /// text that doesn't match the format whole, or names a day that doesn't exist, results in a date that is not valid.
   /// The caller owns the result and deletes it.
   [[nodiscard]] static CODateTime* dateTimeFromString(const std::string& text, const std::string& format);
 
@@ -27,12 +27,12 @@ class QX_API CODateTime {
 class QX_API ICSDateTimeConverter {
  public:
   virtual ~ICSDateTimeConverter();
-  /// Seconds since the epoch plus `offsetSeconds`. A date that is not valid is the smallest 32-bit number, so
-  /// that it sorts after every other.
+  /// Seconds since the epoch plus `offsetSeconds`. For a date that is not valid it is the smallest 32-bit number, so
+  /// that it sorts as the oldest.
   virtual std::int64_t toEpochSeconds(CODateTime dateTime, std::int64_t offsetSeconds) const = 0;
 };
 
-/// The service behind `ICSAppFactory::obtainDateTimeService`. Lives as long as the process; any thread may use it.
+/// What `ICSAppFactory::obtainDateTimeService` returns. Lives as long as the process; any thread may use it.
 class QX_API ICSDateTimeService {
  public:
   virtual ~ICSDateTimeService();

@@ -28,7 +28,7 @@ class QX_API ICSRestClient {
   [[nodiscard]] virtual std::int32_t restPost(CMRestPostRequest* request, CMRestResourceResponse** response) = 0;
 };
 
-/// The service behind `ICSAppFactory::obtainRestClientFactory`. Lives as long as the process; any thread may use it.
+/// What `ICSAppFactory::obtainRestClientFactory` returns. Lives as long as the process; any thread may use it.
 class QX_API ICSRestClientFactory {
  public:
   virtual ~ICSRestClientFactory();

@@ -24,7 +24,7 @@ enum : std::int32_t {
   CAFileUnreadable = 11,         // `caFile` names no readable PEM file
   ClosedBeforeReply = 12,        // the connection ended before a reply had begun
   ClosedInsideReply = 13,        // the connection ended, or the reply broke off, inside the reply
-  MalformedReply = 14,           // what came is no HTTP, or is packed in a damaged way
+  MalformedReply = 14,           // what came is no HTTP, or its content coding is unknown or damaged
   ReplyTooLarge = 15,            // more than `maxResponseBytes`, as a text or as JSON values
   Cancelled = 16,                // `QXCancelSource::cancel`
   ProxyRefused = 17,             // the proxy did not open the way
@@ -50,11 +50,11 @@ struct CMRestErrorRecord {
 class QX_API ICSErrorTranslator {
  public:
   virtual ~ICSErrorTranslator();
-  /// The sentence of a code. An unknown code has a sentence too; success gives an empty one.
+  /// The sentence of a code. An unknown code has a sentence too; that of success is empty.
   virtual CMRestErrorRecord translateError(std::int32_t code) const = 0;
 };
 
-/// The service behind `ICSAppFactory::obtainErrorService`. Lives as long as the process; any thread may use it.
+/// What `ICSAppFactory::obtainErrorService` returns. Lives as long as the process; any thread may use it.
 class QX_API ICSErrorService {
  public:
   virtual ~ICSErrorService();

@@ -10,7 +10,7 @@
 
 /// The reply of a server. The receiver owns it; it needs neither request nor client nor pool.
 class QX_API CMRestResourceResponse {
-  // Ahead of the document that reads from the first and sets both.
+  // Declared before `bodyJson`, whose making sets both, and which reads from the first until it is destroyed.
   std::string buffer_;
   bool isTooLarge_ = false;
 
@@ -32,6 +32,6 @@ class QX_API CMRestResourceResponse {
   /// The body as JSON. Null when the body is empty or no JSON text. It reads from the response, and stays with it.
   const std::unique_ptr<const COJson> bodyJson;
 
-  /// The body as received, once unpacked; empty when nothing or no whole reply was received.
+  /// The body as received, once decompressed; empty when nothing or no whole reply was received.
   const std::string& getBufferString() const noexcept { return buffer_; }
 };

@@ -21,9 +21,9 @@ struct CMRestGlobalSettings {
   std::string caFile;
   /// Empty: the name and version of libqx.
   std::string userAgent;
-  /// A reply that is larger than this, once unpacked, is given up. So is one whose JSON values would take more memory
-  /// than this, at 32 bytes for a value and 64 for an object or array: a text of many small values costs far more than
-  /// its own length.
+  /// A reply that is larger than this, once decompressed, is given up. So is one whose JSON values would take more
+  /// memory than this, at 32 bytes for a value and 64 for an object or array: a text of many small values costs far
+  /// more than its own length.
   std::uint64_t maxResponseBytes = std::uint64_t{64} * 1024 * 1024;
   /// A reply whose headers are larger than this in all is given up. More than the default counts as the default.
   std::uint64_t maxHeaderBytes = std::uint64_t{256} * 1024;

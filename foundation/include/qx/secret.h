@@ -15,7 +15,8 @@
 QX_API std::string qxMaskSecret(std::string_view text, std::string_view secret);
 
 /// Overwrites all bytes of the text, those that it keeps after its end included, and leaves it empty. For a text that
-/// holds a secret, before it is freed; growing a text leaves its former bytes behind, so one is built in place.
+/// holds a secret, before it is freed; growing a text leaves its former bytes in freed memory, so one is built in
+/// place.
 QX_API void qxWipe(std::string& text) noexcept;
 /// The same with all names and values of a list, such as `CMRestParamList`.
 QX_API void qxWipe(std::vector<std::pair<std::string, std::string>>& params) noexcept;

@@ -25,6 +25,7 @@ Socket openSocket(int family, int kind, int protocol) noexcept {
 }
 
 bool hasFreeDescriptor() noexcept {
+  // Only trying tells: limits can be lowered, and descriptors of the system as a whole run out too.
   const Socket socket = openSocket(AF_INET, SOCK_STREAM, 0);
   if (socket == kNoSocket) return errno != EMFILE && errno != ENFILE;
   ::close(socket);
@@ -32,6 +33,7 @@ bool hasFreeDescriptor() noexcept {
 }
 
 std::array<Socket, 2> guessNextDescriptors() noexcept {
+  // The lowest free numbers are always next, so those that were just handed out come again.
   const std::array<Socket, 2> next{::eventfd(0, EFD_CLOEXEC), ::eventfd(0, EFD_CLOEXEC)};
   for (const Socket descriptor : next) ::close(descriptor);
   return next;
@@ -72,6 +74,7 @@ void Waker::wake() noexcept {
 }
 
 void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
+  // A call has one socket, or two while it tries both kinds of addresses: no memory is needed for those.
   constexpr std::size_t kUsual = 4;
   std::array<pollfd, kUsual> few{};
   std::vector<pollfd> many;
@@ -104,6 +107,7 @@ void watchForks(void (*before)(), void (*inParent)(), void (*inChild)()) {
 
 std::vector<std::string> lookUp(const std::string& name) {
   addrinfo hints{};
+  // Otherwise each address would come three times, once for each kind of socket.
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
   std::vector<std::string> found;
@@ -144,6 +148,7 @@ bool startThread(void* (*function)(void*), void* data) noexcept {
 }
 
 FileState obtainFileState(const std::string& path) noexcept {
+  // A file that is written anew within the clock's resolution has another node or size, mostly.
   struct stat state {};
   if (::stat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return {};
   return {static_cast<std::int64_t>(state.st_dev), static_cast<std::int64_t>(state.st_ino), state.st_size,

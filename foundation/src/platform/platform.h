@@ -20,7 +20,7 @@ Socket openSocket(int family, int kind, int protocol) noexcept;
 /// False when the process has as many files and sockets open as it may.
 bool hasFreeDescriptor() noexcept;
 
-/// The two descriptors that the process gives out next, unless another thread is faster.
+/// The two descriptors that the process is handed next, unless another thread is faster.
 std::array<Socket, 2> guessNextDescriptors() noexcept;
 /// How many bytes a socket of this machine's own holds that nobody has read, or has sent that the other end has not
 /// read; -1 for any other descriptor.
@@ -65,7 +65,7 @@ struct Watch {
 /// Waits until a socket is ready, the waker is woken or the time is over. Throws `std::bad_alloc`.
 void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds);
 
-/// Has `before` called ahead of each fork of the process, `inParent` and `inChild` after it. To be called once.
+/// Has `before` called before each fork of the process, `inParent` and `inChild` after it. To be called once.
 void watchForks(void (*before)(), void (*inParent)(), void (*inChild)());
 
 /// Asks the system's resolver for the addresses of a name, such as "192.0.2.1" or "2001:db8::1", the preferred one

@@ -9,7 +9,7 @@
 
 namespace qx {
 
-/// From now on `isProcessEnding` is true as soon as the process begins to end, ahead of the destructors of all static
+/// From now on `isProcessEnding` is true as soon as the process begins to end, before the destructors of all static
 /// objects that were constructed before this call. To be called for each such object: an earlier call stands for
 /// earlier objects only. Any thread may call it. It doesn't fail: an end that cannot be watched counts as begun.
 QX_API void watchForProcessEnd() noexcept;
