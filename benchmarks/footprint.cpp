@@ -1,4 +1,4 @@
-// What the library keeps in memory, as lines of "name,bytes,yardstick_bytes": the peak of a question with a large
+// What the library keeps in memory, as lines of "name,bytes,baseline_bytes": the peak of a question with a large
 // structure document, against the document; and what an idle assistant holds, before and after a question, against a
 // fixed size and nothing. Each is measured in a process of its own, so that peaks don't mix, and the server is in
 // another.
@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kDocumentBytes = 10'000'000;
 constexpr std::size_t kIdleAssistants = 10'000;
 constexpr std::size_t kAskingAssistants = 1'000;
-constexpr std::int64_t kIdleYardstick = 8192;
+constexpr std::int64_t kIdleBaseline = 8192;
 
 /// A size that the system tells of this process.
 std::int64_t obtainBytes(const std::string& field) {
@@ -90,11 +90,11 @@ void serve(const Line& line) {
   // Connections are closed by now: whoever measures has gone first.
 }
 
-void print(const char* name, std::int64_t (*measure)(const std::string& url), std::int64_t yardstick) {
+void print(const char* name, std::int64_t (*measure)(const std::string& url), std::int64_t baseline) {
   const ForkedProcess server(serve);
   const std::string url = server.line().hear();
   const ForkedProcess measuring([&](const Line& line) { line.say(std::to_string(measure(url))); });
-  std::cout << name << ',' << measuring.line().hear() << ',' << yardstick << std::endl;
+  std::cout << name << ',' << measuring.line().hear() << ',' << baseline << std::endl;
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ int main() {
   try {
     allowManyFiles();
     print("question_with_document", measureQuestion, kDocumentBytes);
-    print("idle_assistant", measureIdle, kIdleYardstick);
+    print("idle_assistant", measureIdle, kIdleBaseline);
     print("idle_assistant_after_question", measureIdleAfterQuestion, 0);
     return 0;
   } catch (const std::exception& problem) {

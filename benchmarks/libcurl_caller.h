@@ -1,4 +1,4 @@
-// The yardstick of calls: bare libcurl.
+// The baseline of calls: bare libcurl.
 #pragma once
 
 #include <curl/curl.h>

@@ -28,7 +28,7 @@ set lmargin at screen 0.285
 set rmargin at screen 0.60
 set tmargin at screen 0.88
 set bmargin at screen 0.08
-set title "{/:Bold Cost in times of the yardstick}\n{/*0.85 shorter is better; dotted: the yardstick; mark: the aim}"
+set title "{/:Bold Cost in times of the baseline}\n{/*0.85 shorter is better; dotted: the baseline; mark: the aim}"
 set border 1
 set xrange [0:longest + 0.6]
 set yrange [-0.6:rows - 0.4]

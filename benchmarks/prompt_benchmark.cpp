@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The yardstick: a new parser each time, as each prompt parses anew.
+/// The baseline: a new parser each time, as each prompt parses anew.
 void bareParse(benchmark::State& state) {
   const std::string document = createStructureDocument(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {

@@ -1,5 +1,6 @@
 # Joins aims.txt with measures, lines of "name,value,unit", into lines of
-# "section,what,size,value,unit,yardstick,value of the yardstick,ratio,aim,met". What was not measured is left out.
+# "section,what,size,value,unit,baseline,value of the baseline,ratio,aim,met". What was not measured is left out.
+# -v kernel=NAME: the kernel that simdjson ran in.
 
 function trim(text) {
   gsub(/^ +| +$/, "", text)
@@ -16,6 +17,7 @@ FNR == 1 { FS = "," }
 FILENAME ~ /aims\.txt$/ {
   if (split($0, field, "|") != 7 || /^#/) next
   for (i = 1; i <= 7; ++i) row[rows + 1, i] = trim(field[i])
+  sub(/@kernel@/, kernel, row[rows + 1, 7])
   ++rows
   next
 }
@@ -27,11 +29,11 @@ FILENAME ~ /aims\.txt$/ {
 END {
   for (i = 1; i <= rows; ++i) {
     measure = row[i, 2]
-    yardstick = row[i, 3]
+    baseline = row[i, 3]
     if (!(measure in value)) continue
-    if (measure != yardstick && !(yardstick in value)) continue
-    ratio = value[yardstick] > 0 ? sprintf("%.3f", value[measure] / value[yardstick]) : ""
+    if (measure != baseline && !(baseline in value)) continue
+    ratio = value[baseline] > 0 ? sprintf("%.3f", value[measure] / value[baseline]) : ""
     printf "%s,%s,%s,%s,%s,%s,%s,%s,%s,%s\n", row[i, 1], row[i, 5], row[i, 6], value[measure], unit[measure],
-      row[i, 7], value[yardstick], ratio, row[i, 4], met(ratio, row[i, 4])
+      row[i, 7], value[baseline], ratio, row[i, 4], met(ratio, row[i, 4])
   }
 }
