@@ -146,7 +146,10 @@ bool TransferLoop::act(int& running) {
   ready_ = watches_;  // which change meanwhile
   platform::waitFor(ready_, waker_, countMilliseconds());
   for (const platform::Watch& one : ready_) {
-    const int events = (one.canRead ? CURL_CSELECT_IN : 0) | (one.canWrite ? CURL_CSELECT_OUT : 0) |
+    // Of a failed connection libcurl is to read the reason, and what had come before it. Told of the failure alone, it
+    // calls a reply that was reset a request that could not be sent.
+    const bool canRead = one.canRead || (one.hasFailed && one.wantsRead);
+    const int events = (canRead ? CURL_CSELECT_IN : 0) | (one.canWrite ? CURL_CSELECT_OUT : 0) |
                        (one.hasFailed ? CURL_CSELECT_ERR : 0);
     if (events != 0 && find(one.socket) != watches_.end()) {
       check(curl_multi_socket_action(multi_.get(), one.socket, events, &running));
