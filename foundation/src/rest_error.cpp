@@ -62,6 +62,7 @@ constexpr std::array kSentences = {
     Text{CMRestCode::ProcessEnding, "The program is ending, so nothing is sent any more."},
     Text{CMRestCode::TransferFailed, "The request failed in the transfer; try again."},
 };
+static_assert(kSentences.size() == CMRestCode::Count, "each code has a sentence");
 constexpr std::string_view kUnknownCode = "The request failed for an unknown reason.";
 
 // The registered phrases. The one that comes with a status is free text of the server's, or missing.

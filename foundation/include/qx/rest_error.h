@@ -36,6 +36,7 @@ enum : std::int32_t {
   LookupUnavailable = 23,        // the host's name could not be looked up for want of a thread, or too many were
   ClientCertificateWanted = 24,  // the server asks for a certificate of the client's, and there is none
   ProcessEnding = 25,            // the process is ending: OpenSSL has been cleaned up
+  Count                          // no code: how many there are
 };
 }  // namespace CMRestCode
 
