@@ -2,15 +2,14 @@
 // the operation and the status, the rest is the body.
 #include <zea/zea.h>
 
-#include <array>
 #include <cstdlib>
+#include <memory>
+#include <vector>
 
 #include "check.h"
 #include "loopback/answering_server.h"
 
 namespace {
-
-constexpr std::uint32_t kProviderCount = 9;
 
 /// Counts the turns and forgets them, so that no input depends on the one before.
 class CountingMemory final : public IZEAAssistantMemory {
@@ -27,16 +26,23 @@ class CountingMemory final : public IZEAAssistantMemory {
 struct Host {
   loopback::AnsweringServer server;
   CountingMemory memory;
-  std::array<IZEAAssistant*, kProviderCount> assistants;
+  std::vector<IZEAAssistant*> assistants;  // of all providers
 
   Host() {
-    for (std::uint32_t i = 0; i < kProviderCount; ++i) {
-      assistants[i] = ZEACreateAssistant(static_cast<ZEAAssistantType>(i), QX::createHTTPPoolCenter(), "key",
-                                         server.url(), &memory);
-      assistants[i]->updateProperties([](IZEAProperties* properties) {
+    std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter());
+    while (IZEAAssistant* const assistant = makeNext(*pool)) {
+      static_cast<void>(pool.release());  // the assistant's now
+      pool.reset(QX::createHTTPPoolCenter());
+      assistants.push_back(assistant);
+      assistant->updateProperties([](IZEAProperties* properties) {
         if (!properties->setValue("model", "m")) std::abort();
       });
     }
+  }
+
+  /// Null after the last provider.
+  IZEAAssistant* makeNext(ICSHTTPPoolCenter& pool) {
+    return ZEACreateAssistant(static_cast<ZEAAssistantType>(assistants.size()), &pool, "key", server.url(), &memory);
   }
 };
 
@@ -64,7 +70,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
       (isFailed ? "HTTP/1.1 400 Bad Request\r\nContent-Length: " : "HTTP/1.1 200 OK\r\nContent-Length: ") +
           std::to_string(body.size()) + "\r\n\r\n" + body,
       false);
-  IZEAAssistant& assistant = *host.assistants[(data[0] & 0x3F) % kProviderCount];
+  IZEAAssistant& assistant = *host.assistants[(data[0] & 0x3F) % host.assistants.size()];
   if (!isListing) {
     ask(assistant, host.memory);
   } else {

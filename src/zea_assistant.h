@@ -1,4 +1,4 @@
-// The common base of the nine adapters.
+// The common base of the adapters.
 #pragma once
 
 #include <memory>

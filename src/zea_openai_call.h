@@ -1,4 +1,4 @@
-// The OpenAI chat-completions format, with the values of the majority of the six providers that speak it.
+// The OpenAI chat-completions format, with the values of the majority of the providers that speak it.
 #pragma once
 
 #include "zea_call.h"

@@ -176,7 +176,9 @@ TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
       {"alibaba", "DASHSCOPE_API_KEY=k", newestFirst}, {"bytedance", "ARK_API_KEY=k", ""},
       {"moonshot", "MOONSHOT_API_KEY=k", newestFirst},
   };
+  std::string known = "Known are";
   for (const auto& row : cases) {
+    known += std::string(&row == cases ? " " : ", ") + row.provider;
     const ChildResult asked = run({"ask", "--db", path("small.db"), "--provider", row.provider, "--host", url_,
                                    "--model", "m", "--temperature", "0.5", "Notes?"},
                                   "", {row.key});
@@ -188,6 +190,7 @@ TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
     EXPECT_EQ(listed.output, row.models) << row.provider;
     EXPECT_EQ(listed.error.empty(), *row.models != '\0') << row.provider << ": " << listed.error;
   }
+  EXPECT_NE(run({"models", "--provider", "acme"}).error.find(known + "."), std::string::npos) << "each has a row";
 }
 
 TEST_F(ConsoleProgram, CarriesTheConversationToAnotherProvider) {

@@ -1,4 +1,4 @@
-// The nine providers as rows of a table, and a conversation with one of them over a real loopback socket.
+// All providers as rows of a table, and a conversation with one of them over a real loopback socket.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 
 #include "console/failure.h"
 #include "console/hidden_input.h"
@@ -13,30 +14,47 @@ namespace console {
 
 namespace {
 
-std::vector<Provider> obtainProviders() {
+/// Nothing for a number after the last provider. There is no default, so the compiler tells of a provider that is
+/// missing.
+std::optional<Provider> describe(ZEAAssistantType type) {
   using Type = ZEAAssistantType;
-  return {
-      {.option = "openai", .name = "OPENAI", .type = Type::OPENAI_v1, .keyVariables = {"OPENAI_API_KEY"}},
-      {.option = "google",
-       .name = "GOOGLE",
-       .type = Type::GOOGLE,
-       .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"}},
-      {.option = "deepseek", .name = "DEEPSEEK", .type = Type::DEEPSEEK, .keyVariables = {"DEEPSEEK_API_KEY"}},
-      {.option = "ollama", .name = "OLLAMA", .type = Type::OLLAMA, .keyVariables = {}, .needsModel = false},
-      {.option = "x", .name = "X", .type = Type::X, .keyVariables = {"XAI_API_KEY"}},
-      {.option = "anthropic",
-       .name = "ANTHROPIC",
-       .type = Type::ANTHROPIC,
-       .keyVariables = {"ANTHROPIC_API_KEY"},
-       .takesMaxTokens = true},
-      {.option = "alibaba", .name = "ALIBABA", .type = Type::ALIBABA, .keyVariables = {"DASHSCOPE_API_KEY"}},
-      {.option = "bytedance",
-       .name = "BYTEDANCE",
-       .type = Type::BYTEDANCE,
-       .keyVariables = {"ARK_API_KEY"},
-       .listsModels = false},
-      {.option = "moonshot", .name = "MOONSHOT", .type = Type::MOONSHOT, .keyVariables = {"MOONSHOT_API_KEY"}},
-  };
+  switch (type) {
+    case Type::OPENAI_v1:
+      return Provider{.option = "openai", .name = "OPENAI", .type = type, .keyVariables = {"OPENAI_API_KEY"}};
+    case Type::GOOGLE:
+      return Provider{
+          .option = "google", .name = "GOOGLE", .type = type, .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"}};
+    case Type::DEEPSEEK:
+      return Provider{.option = "deepseek", .name = "DEEPSEEK", .type = type, .keyVariables = {"DEEPSEEK_API_KEY"}};
+    case Type::OLLAMA:
+      return Provider{.option = "ollama", .name = "OLLAMA", .type = type, .keyVariables = {}, .needsModel = false};
+    case Type::X:
+      return Provider{.option = "x", .name = "X", .type = type, .keyVariables = {"XAI_API_KEY"}};
+    case Type::ANTHROPIC:
+      return Provider{.option = "anthropic",
+                      .name = "ANTHROPIC",
+                      .type = type,
+                      .keyVariables = {"ANTHROPIC_API_KEY"},
+                      .takesMaxTokens = true};
+    case Type::ALIBABA:
+      return Provider{.option = "alibaba", .name = "ALIBABA", .type = type, .keyVariables = {"DASHSCOPE_API_KEY"}};
+    case Type::BYTEDANCE:
+      return Provider{.option = "bytedance",
+                      .name = "BYTEDANCE",
+                      .type = type,
+                      .keyVariables = {"ARK_API_KEY"},
+                      .listsModels = false};
+    case Type::MOONSHOT:
+      return Provider{.option = "moonshot", .name = "MOONSHOT", .type = type, .keyVariables = {"MOONSHOT_API_KEY"}};
+  }
+  return std::nullopt;
+}
+
+/// All of them, in the order of their numbers.
+std::vector<Provider> obtainProviders() {
+  std::vector<Provider> providers;
+  while (auto provider = describe(static_cast<ZEAAssistantType>(providers.size()))) providers.push_back(*provider);
+  return providers;
 }
 
 }  // namespace

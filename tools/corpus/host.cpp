@@ -1,6 +1,7 @@
 #include "host.h"
 
 #include <limits>
+#include <optional>
 
 #include "structures.h"
 
@@ -9,8 +10,6 @@ namespace corpus {
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr std::size_t kTypeCount = 9;
 
 constexpr std::string_view kKeys[] = {
     "k"sv,        "sk-0123456789abcdef"sv, "  padded\r\n"sv, "two words"sv,          "a\tb"sv,     ""sv,
@@ -37,10 +36,31 @@ constexpr std::string_view kHosts[] = {"",
 constexpr double kTemperatures[] = {
     0.0, 0.1, 0.7, 1.0, 1.5, 1.99, 2.0, 2.5, -1.0, 1e300, 0.1 + 0.2, 1e-7, std::numeric_limits<double>::quiet_NaN()};
 
-constexpr Format formatOf(ZEAAssistantType type) {
-  if (type == ZEAAssistantType::GOOGLE) return Format::Google;
-  if (type == ZEAAssistantType::OLLAMA) return Format::Ollama;
-  return type == ZEAAssistantType::ANTHROPIC ? Format::Anthropic : Format::OpenAI;
+/// Nothing for a number after the last provider. There is no default, so the compiler tells of a provider that is
+/// missing.
+constexpr std::optional<Format> formatOf(ZEAAssistantType type) {
+  switch (type) {
+    case ZEAAssistantType::GOOGLE:
+      return Format::Google;
+    case ZEAAssistantType::OLLAMA:
+      return Format::Ollama;
+    case ZEAAssistantType::ANTHROPIC:
+      return Format::Anthropic;
+    case ZEAAssistantType::OPENAI_v1:
+    case ZEAAssistantType::DEEPSEEK:
+    case ZEAAssistantType::X:
+    case ZEAAssistantType::ALIBABA:
+    case ZEAAssistantType::BYTEDANCE:
+    case ZEAAssistantType::MOONSHOT:
+      return Format::OpenAI;
+  }
+  return std::nullopt;
+}
+
+constexpr std::size_t countTypes() {
+  std::size_t count = 0;
+  while (formatOf(static_cast<ZEAAssistantType>(count))) ++count;
+  return count;
 }
 
 void translate(const char* /*request*/, void* data) {
@@ -99,8 +119,8 @@ Host::Host(std::size_t number, Provider& provider, Record& record)
     : source_(number),
       provider_(provider),
       record_(record),
-      type_(static_cast<ZEAAssistantType>(number % kTypeCount)),
-      format_(formatOf(type_)),
+      type_(static_cast<ZEAAssistantType>(number % countTypes())),
+      format_(*formatOf(type_)),
       isProxied_(source_.isOneIn(10)),
       key_(makeKey(source_)),
       memory_(source_.isOneIn(4) ? new HostMemory(source_) : nullptr) {

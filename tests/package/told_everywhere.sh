@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# told_everywhere.sh TREE ZEA STANDIN: the README and the stand-in's help name each provider that the console knows, the
+# README with its variable, and the host's header tells of each property key.
+set -euo pipefail
+tree=$1 zea=$2 standin=$3
+missing=0
+miss() { echo "$*"; missing=1; }
+
+# It ends with an error, and with the sentence "... Known are openai, google, ...".
+known=$("$zea" models --provider none 2>&1 || true)
+known=${known##*Known are }
+help=$("$zea" --help)
+paths=$("$standin" --help)
+for provider in $(tr -d ',.' <<<"$known"); do
+  variable=$(sed -nE "s/^ *$provider: ([A-Z_]+).*/\1/p" <<<"$help")
+  grep -q "^| \`$provider\` | \`\?${variable:-none}" "$tree/README.md" || miss "README.md has no row for $provider"
+  grep -qw "${provider^^}" <<<"$paths" || miss "zea-standin --help does not name $provider"
+done
+
+for key in $(sed -nE 's/^inline constexpr char k[A-Za-z]+\[\] = "(.*)";/\1/p' "$tree/src/zea_assistant_properties.h"); do
+  grep -q "\"$key\"" "$tree/include/zea/izea_properties.h" || miss "izea_properties.h does not tell of $key"
+done
+exit $missing
