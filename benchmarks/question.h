@@ -49,7 +49,7 @@ std::string ask(IZEAAssistant& assistant);
 /// lines.
 std::string promptOf(std::size_t bytes);
 
-/// The body that the library sends for the question behind a prompt, set as "user_instructions", and behind turns, so
+/// The body that the library sends for the question after a prompt, set as "user_instructions", and after turns, so
 /// that all sides send the same.
 std::string bodyOf(const std::string& prompt, const std::vector<ZEAAssistantMemoryEntry>& turns = {});
 

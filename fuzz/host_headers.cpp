@@ -41,7 +41,7 @@ void checkHeader(std::string_view line, std::vector<std::string_view>& seen) {
 
 void checkRequest(std::string_view text) {
   const std::size_t headSize = text.find("\r\n\r\n");
-  check(headSize != std::string_view::npos && headSize + 4 == text.size(), "one request and nothing behind it");
+  check(headSize != std::string_view::npos && headSize + 4 == text.size(), "one request and nothing after it");
   std::vector<std::string_view> seen;
   bool isFirst = true;
   for (std::string_view rest = text.substr(0, headSize + 2); !rest.empty();) {

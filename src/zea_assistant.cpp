@@ -22,7 +22,8 @@ ZEAAssistant::ZEAAssistant(const ZEAAssistantParts& parts, const char* defaultHo
 }
 
 ZEAAssistant::~ZEAAssistant() {
-  // In this order: the pool may be a host's own class, and a store outlives the memory that it points at.
+  // The pool may be a host's own class: what its destructor could look at, the session and the store, is still there.
+  // Neither of these looks at the memory when it goes.
   if (ownsMemory) delete memory;
   httpPoolCenter.reset();
   session.reset();

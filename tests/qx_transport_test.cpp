@@ -38,7 +38,7 @@ using support::okReply;
 constexpr std::string_view kMarker = "marker-key-7f3a";
 constexpr int kLimitMs = 300;
 
-// What a server sent behind a reply was once taken for the reply to the next question.
+// What a server sent after a reply was once taken for the reply to the next question.
 TEST(KeptConnection, IsGivenUpWhenTheServerSpeaksUnasked) {
   const TestAuthority authority;
   const standin::TlsIdentity identity = authority.issue("IP:127.0.0.1");

@@ -280,7 +280,7 @@ TEST(Anthropic, SendsTheTokensThatWereAssigned) {
 
 // ---- Listings.
 
-/// A listing's outcome in one text: the names with blanks between them, or the failure behind "failed: ".
+/// A listing's outcome in one text: the names with blanks between them, or the failure after "failed: ".
 std::string listed(Conversation& conversation) {
   const auto [models, failure] = conversation.assistant->obtainAvailableModels();
   std::string text = failure.empty() ? "" : "failed: " + failure;

@@ -26,7 +26,7 @@ std::string promptOf(const std::string& document) {
   return prompt;
 }
 
-/// The statement of one table, without the line feeds behind it.
+/// The statement of one table, without the line feeds after it.
 std::string statementOf(const std::string& table, const std::string& schemaName = "") {
   const std::string name = schemaName.empty() ? "" : R"("schema_name":")" + schemaName + R"(",)";
   std::string prompt = promptOf(R"([{"schemas":[{)" + name + R"("tables":[)" + table + "]}]}]");

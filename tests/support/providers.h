@@ -21,9 +21,9 @@ struct Provider {
   const char* name;
   ZEAAssistantType type;
   const char* defaultHost;    // with its scheme, as "api_host" shows it
-  const char* endpoint;       // behind the host, of `obtainEndpointURL`
+  const char* endpoint;       // after the host, of `obtainEndpointURL`
   const char* chatTarget;     // as sent, for the model "m" and the key "k"
-  const char* chatLocation;   // behind the library's own texts
+  const char* chatLocation;   // after the library's own texts
   const char* listingTarget;  // null: no listing
   const char* listingLocation;
   const char* keyHeader;  // the header that holds the key; null: none
@@ -85,7 +85,7 @@ class Conversation {
     set(*assistant, "model", "m");
   }
 
-  /// Asks, with that answer on the wire; gives the reply's text, or the failure behind "failed: ".
+  /// Asks, with that answer on the wire; returns the reply's text, or the failure after "failed: ".
   std::string ask(const std::string& question, standin::Reply reply) {
     server.enqueue(std::move(reply));
     return ask(question);

@@ -34,7 +34,7 @@ enum class RawEnd {
 struct RawConnection {
   std::vector<std::string> replies;
   RawEnd end = RawEnd::Close;
-  std::string repeated = {};        // sent behind the replies, until the client has had enough
+  std::string repeated = {};        // sent after the replies, until the client has had enough
   bool isSlow = false;              // with a pause between
   bool isByteByByte = false;        // a reply's bytes are sent one at a time
   bool isEarly = false;             // a request is replied to as soon as its head is there; its body isn't read
@@ -44,7 +44,7 @@ struct RawConnection {
 };
 
 /// Serves from construction to destruction, the connections by the script in the order of their arrival. One beyond the
-/// script is closed behind its first request.
+/// script is closed after its first request.
 class RawServer {
  public:
   explicit RawServer(std::vector<RawConnection> script) : RawServer(std::move(script), nullptr) {}

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kScheme = "Bearer ";
 
-// The key behind "Authorization: Bearer "; empty when there is none.
+// The key after "Authorization: Bearer "; empty when there is none.
 std::string bearerOf(const Request& request) {
   const std::string value = request.header("Authorization");
   return value.starts_with(kScheme) ? qxTrimAsString(value.substr(kScheme.size())) : std::string();

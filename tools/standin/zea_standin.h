@@ -34,7 +34,7 @@ struct Reply {
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers = {{"Content-Type", "application/json"}};
   std::chrono::milliseconds delay{0};  // waited before the answer begins; ended early by the server's end
-  std::optional<std::size_t> cutAfterBytes = std::nullopt;  // the connection ends behind that many bytes of the body
+  std::optional<std::size_t> cutAfterBytes = std::nullopt;  // the connection ends after that many bytes of the body
   bool closeUnanswered = false;                             // the connection ends without a byte of an answer
 };
 
