@@ -40,8 +40,6 @@ function(zea_target target)
     POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
-    # A library's functions call each other, and not what a host may have put in front of them.
-    -fno-semantic-interposition
     # Diagnostics name sources by their place in the tree, whatever folder it was built in.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   if(ZEA_LINKER_COLLECTS_SECTIONS AND NOT ZEA_SANITIZE)

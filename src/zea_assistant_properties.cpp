@@ -7,7 +7,7 @@
 #include "qx/internal/assertion.h"
 #include "qx/internal/json_view.h"
 #include "qx/text.h"
-#include "zea_structure_document.h"
+#include "zea_assistant_properties_structure.h"
 
 using namespace zea;
 

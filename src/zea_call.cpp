@@ -72,6 +72,7 @@ std::pair<IZEAMessage*, std::string> ZEACall::sendMessage(const std::string& tex
   if (!hasUsableModel()) return failedMessage(kModelIsEmpty);
 
   ReadyBody body(makeBody(text));
+  if (!hasUsableModel()) return failedMessage(kModelIsEmpty);  // a host's memory may have changed it meanwhile
   const Query params(query());
   const HTTP::Result result = HTTP::Post(&session_, chatURL(), &body, params.list, {});
   const CODefer freeResponse([&result] { delete result.first; });

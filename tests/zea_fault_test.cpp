@@ -178,8 +178,8 @@ std::vector<Fault> makeNonsense() {
       {"gzip with a wrong check sum", {{packed(wrongSum)}}, kCode},
       {"gzip and something after it", {{packed(gzipped() + "words")}}, kCode},
       {"gzip that is none", {{packed("whole")}}, kCode},
-      {"packing of another kind", {{packed("whole", "br")}}, kCode},
-      {"packing twice", {{packed(gzipped(), "gzip, gzip")}}, kCode},
+      {"a coding of another kind", {{packed("whole", "br")}}, kCode},
+      {"two codings", {{packed(gzipped(), "gzip, gzip")}}, kCode},
       {"an unknown coding of the transfer", {{ok("Transfer-Encoding: words\r\n\r\nwhole")}}, kCode},
   };
 }
@@ -215,7 +215,7 @@ std::vector<Fault> makeOddButGood() {
        "whole"},
       {"gzip in two parts", {{packed(twoParts, "x-gzip")}}, kCode, "whole"},
       {"gzip of nothing", {{packed("")}}, kCode},
-      {"no packing, in words", {{packed("whole", "Identity")}}, kCode, "whole"},
+      {"no coding, in words", {{packed("whole", "Identity")}}, kCode, "whole"},
       {"as many bytes as may come", {{okReply(std::string(1'000'000, 'a'))}}, kCode, std::string(1'000'000, 'a')},
   };
 }

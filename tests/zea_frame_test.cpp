@@ -229,6 +229,24 @@ TEST_P(Providers, SendWhatAMemorySetsWhileItIsAsked) {
   }
 }
 
+// A question without a model was sent.
+TEST(Memory, ThatEmptiesTheModelKeepsTheQuestionFromBeingSent) {
+  struct EmptyingMemory : HostMemory {
+    std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t) const override {
+      set(*assistant, "model", "");
+      return {};
+    }
+    IZEAAssistant* assistant = nullptr;
+  };
+  Conversation conversation(kProviders[0]);
+  EmptyingMemory memory;
+  memory.assistant = conversation.assistant.get();
+  conversation.assistant->setMemory(&memory);
+
+  EXPECT_EQ(conversation.assistant->addMessage("q").second, "Model is empty: p/v1/chat/completions");
+  EXPECT_TRUE(conversation.server.requests().empty());
+}
+
 TEST(Memory, OfTheLibraryKeepsAllTurnsAndTheLatestStructure) {
   Conversation conversation(kProviders[0]);
   for (int turn = 0; turn < 30; ++turn) conversation.askWell("q" + std::to_string(turn));

@@ -53,7 +53,9 @@ BorrowedLoop::~BorrowedLoop() {
   const ProcessLock lock;
   Loops& loops = obtainShared<Loops>(lock);
   --loops.borrowed;
-  const bool isKept = loop_->isReusable() && loops.keepings > 0 && loops.ready.size() <= loops.borrowed;
+  // The room has gone with the last of the pools.
+  const bool hasRoom = loops.ready.size() < loops.ready.capacity();
+  const bool isKept = loop_->isReusable() && loops.keepings > 0 && loops.ready.size() <= loops.borrowed && hasRoom;
   if (isKept) loops.ready.push_back(std::move(loop_));
 }
 

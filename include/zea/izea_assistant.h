@@ -43,7 +43,8 @@ class IZEAAssistant : public IZEAObject {
 
   /// Calls `function` with the live properties, then holds the temperature in the provider's range and puts a changed
   /// key to use. The properties are borrowed until the function returns. Returns an empty text. Throws
-  /// `std::bad_function_call` for an empty function, and whatever `function` throws.
+  /// `std::bad_function_call` for an empty function, and whatever `function` throws; what it had set by
+  /// then counts all the same.
   virtual std::string updateProperties(std::function<void(IZEAProperties*)> function) = 0;
 
   /// A copy of the properties, for reading: what is set on it does not reach the assistant, but for "db_structure",

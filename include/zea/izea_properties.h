@@ -14,7 +14,8 @@
 /// - "api_key" (String): the provider's key. It counts from the next request on.
 /// - "model" (String): the model's identifier.
 /// - "use_temperature" (Int, 0 or not): whether the temperature is sent, once both keys have been set.
-/// - "temperature" (Double): the sampling temperature. `updateProperties` holds it in the provider's range.
+/// - "temperature" (Double): the sampling temperature. `updateProperties` clamps it to the provider's range;
+///   what is no number becomes 0.
 /// - "user_instructions" (String): the user's own text for the system prompt.
 /// - "system_instructions" (Map of String): named texts for the system prompt. A new Map is merged into the present
 ///   one: an empty text removes its name, names that it doesn't hold stay, entries of another kind are passed over.

@@ -39,7 +39,8 @@
 // `updateProperties` with an empty function, `std::bad_function_call`; what a host's own function or memory throws
 // passes through it.
 //
-// The interfaces pass classes of the standard library, so host and library are built against the same one.
+// The interfaces pass classes of the standard library, so host and library are built against the same one, and with
+// run-time type information: the library asks a memory and a pool whether they are its own.
 #pragma once
 
 #include "qx/qx.h"

@@ -5,7 +5,8 @@
 #include "qx/export.h"
 
 /// Receives the condition as it stands in the source, the path of the source file and the line. The texts live as
-/// long as the process. Called on the thread of the failed check; it must not throw.
+/// long as the process. Called on the thread of the failed check, in the middle of an operation: it must not throw, nor
+/// change or free anything that the operation works on.
 using QXAssertionHandler = void (*)(const char* condition, const char* sourcePath, int line);
 
 /// Sets the handler of all failed checks of the process and returns the one before. Null stands for the default, in

@@ -22,8 +22,8 @@ class QX_API ICSHTTPPoolCenter {
 };
 
 /// Ends the call that is running through a pool, from any thread. The call comes back at once with
-/// `CMRestCode::Cancelled`; when none is running, nothing happens, and later calls are not affected. A message of
-/// an assistant counts as a whole, from the making of its text on.
+/// `CMRestCode::Cancelled`; when none is running, nothing happens, and later calls are not affected, but for
+/// those of the same `QXCancelScope`. A message of an assistant counts as a whole, from the making of its text on.
 class QX_API QXCancelSource {
  public:
   QXCancelSource();
@@ -44,8 +44,9 @@ class QX_API QXCancelSource {
   std::unique_ptr<qx::CancelState> state_;
 };
 
-/// Something longer than a call that a cancel ends too: while it lives, a cancel counts for the next call through the
-/// pool as well, if none is running yet. Scopes may stand within each other. Used by the thread that makes the calls.
+/// Something longer than a call that a cancel ends too: a cancel that comes while it lives ends the call that is
+/// running and all later ones through the pool, until the outermost scope ends. Scopes may stand within each other.
+/// Used by the thread that makes the calls.
 class QX_API QXCancelScope {
  public:
   /// `pool`: not owned, must outlive this object. Null, a pool without a cancel source and one that

@@ -1,4 +1,4 @@
-#include "zea_structure_document.h"
+#include "zea_assistant_properties_structure.h"
 
 #include <algorithm>
 #include <string_view>
