@@ -2,20 +2,23 @@
 include(CMakePackageConfigHelpers)
 
 set(zea_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zea)
-set_target_properties(zea PROPERTIES INSTALL_RPATH "$ORIGIN")
-install(DIRECTORY include/zea foundation/include/qx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
+set_target_properties(zea zeakit PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(DIRECTORY include/zea foundation/include/qx kit/include/zeakit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
 if(ZEA_BUILD_TOOLS)
   set_target_properties(zea-console zea-standin PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zea-console zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
-# Each library is exported under the name that hosts link: qx::qx and zea::zea.
-foreach(library qx zea)
+# Each library is exported under the name that hosts link: qx::qx, zea::zea and zea::kit.
+foreach(library qx zea zeakit)
   install(TARGETS ${library} EXPORT ${library}_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(EXPORT ${library}_targets NAMESPACE ${library}:: DESTINATION ${zea_cmake_dir})
+endforeach()
+install(EXPORT qx_targets NAMESPACE qx:: DESTINATION ${zea_cmake_dir})
+foreach(library zea zeakit)
+  install(EXPORT ${library}_targets NAMESPACE zea:: DESTINATION ${zea_cmake_dir})
 endforeach()
 
 configure_package_config_file(cmake/zeaConfig.cmake.in ${PROJECT_BINARY_DIR}/zeaConfig.cmake
