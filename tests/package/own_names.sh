@@ -7,8 +7,9 @@ shift
 language='abi|bool|char|const|decltype|double|false|for|int|long|name|non|nullptr|short|signed|std|thunk|to|true'
 language+='|typeinfo|unsigned|virtual|void|vtable|guard|variable|__[a-z]\w*'
 borrowed='[Cc]url_\w+|curlsocktype|ssl_\w+' # types of parameters
-own='(CM|CO|IC|I?ZEA|QX|qx)\w*|zea'
+own='(CM|CO|IC|I?ZEA|QX|qx)\w*|zea|zeakit'
 "$nm" -C -g --defined-only "$@" | sed -nE '/DW\.ref\./d; s/^[0-9a-f]+ [A-Za-z] //p' > defined.txt
 grep -q '^qx::' defined.txt
 grep -q '^zea::' defined.txt
+grep -q '^zeakit::' defined.txt
 ! grep -oP '(?<![\w:~])[A-Za-z_]\w*' defined.txt | sort -u | grep -vxP "$language|$borrowed|$own"
