@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <future>
+#include <limits>
 #include <list>
 #include <optional>
 #include <string>
@@ -289,7 +290,7 @@ TEST_F(Host, HearsThatALookupHadNoThread) {
   pthread_attr_t huge;
   ::pthread_getattr_default_np(&before);
   ::pthread_attr_init(&huge);
-  ::pthread_attr_setstacksize(&huge, std::size_t{1} << 46U);
+  ::pthread_attr_setstacksize(&huge, std::numeric_limits<std::size_t>::max() / 4);
   ::pthread_setattr_default_np(&huge);
 
   EXPECT_EQ(caller.get("http://named.test:9").code, CMRestCode::LookupUnavailable);
