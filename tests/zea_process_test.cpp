@@ -339,7 +339,7 @@ TEST(Process, HoldsNoMoreValuesOfAReplyThanTheSettingsAllowBytes) {
   const std::string failure = ask(*assistant, "q");
 
   EXPECT_EQ(failure, "The server's answer is larger than the settings allow.");
-  const std::size_t most = CMRestGlobalSettings().maxResponseBytes;
+  const std::uint64_t most = CMRestGlobalSettings().maxResponseBytes;
   EXPECT_LT(gMostBytes - before, 2 * textBytes + most + most / 8);  // the text grows while it is decompressed
   EXPECT_LT(gBytes, before + 1'000'000);
   EXPECT_EQ(ask(*assistant, "again"), "fine");

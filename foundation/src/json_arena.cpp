@@ -43,9 +43,9 @@ std::string_view JsonArena::copyText(std::string_view text) {
 }
 
 JsonChunk* JsonArena::createChunk(std::size_t capacity, JsonChunk* previous) {
-  static_assert(sizeof(JsonNode) == 32 && sizeof(COJsonValue) == sizeof(JsonNode));
+  static_assert(sizeof(COJsonValue) == 32 && alignof(COJsonValue) >= alignof(JsonChunk));
   static_assert(sizeof(JsonChunk) % alignof(COJsonValue) == 0);
-  std::byte* place = allocate(sizeof(JsonChunk) + capacity * sizeof(COJsonValue), alignof(JsonChunk));
+  std::byte* place = allocate(sizeof(JsonChunk) + capacity * sizeof(COJsonValue), alignof(COJsonValue));
   const std::size_t before = previous == nullptr ? 0 : previous->before + previous->capacity;
   return ::new (static_cast<void*>(place)) JsonChunk{this, previous, before, capacity};
 }

@@ -58,7 +58,7 @@ struct JsonNode {
 
   bool isContainer() const noexcept { return kind == JsonKind::Object || kind == JsonKind::Array; }
   bool isEmptyObject() const noexcept { return kind == JsonKind::Object && children.count == 0; }
-  std::string_view obtainKey() const noexcept { return {keyBegin, keySize}; }
+  std::string_view obtainKey() const noexcept { return {keyBegin, static_cast<std::size_t>(keySize)}; }
   std::string_view obtainText() const noexcept { return {text.begin, text.size}; }
   void setText(std::string_view value) noexcept {
     kind = JsonKind::String;

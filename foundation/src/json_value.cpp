@@ -103,7 +103,7 @@ using namespace qx;
 ICOJsonValue::~ICOJsonValue() = default;
 
 COJsonValue::COJsonValue() noexcept {
-  static_assert(sizeof node_ == sizeof(JsonNode) && alignof(COJsonValue) == alignof(JsonNode));
+  static_assert(sizeof node_ >= sizeof(JsonNode) && alignof(COJsonValue) >= alignof(JsonNode));
   ::new (node_) JsonNode;
 }
 

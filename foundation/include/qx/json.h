@@ -94,7 +94,7 @@ class QX_API COJsonValue {
   friend struct qx::JsonAccess;
 
   // Name and content. Values are most of a large document, so each is no larger than that.
-  alignas(void*) std::byte node_[32];
+  alignas(std::uint64_t) std::byte node_[32];
 };
 
 /// A document: the root value and the owner of all others.
