@@ -9,15 +9,22 @@ if(ZEA_BUILD_TOOLS)
   install(TARGETS zea-console zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
+set(zea_libraries zea zeakit)
+if(ZEA_DRIVER_SQLITE)
+  list(APPEND zea_libraries zeasqlite)
+  set_target_properties(zeasqlite PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(DIRECTORY drivers/sqlite/include/zeasqlite DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
+endif()
+
 # Each library is exported under the name that hosts link: qx::qx, zea::zea and zea::kit.
-foreach(library qx zea zeakit)
+foreach(library qx ${zea_libraries})
   install(TARGETS ${library} EXPORT ${library}_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endforeach()
 install(EXPORT qx_targets NAMESPACE qx:: DESTINATION ${zea_cmake_dir})
-foreach(library zea zeakit)
+foreach(library ${zea_libraries})
   install(EXPORT ${library}_targets NAMESPACE zea:: DESTINATION ${zea_cmake_dir})
 endforeach()
 

@@ -177,8 +177,8 @@ std::vector<CatalogQuery> ofSqlite(const std::string& in) {
       {RowKind::PrimaryKey, schema + ", NULL, x.pk, x.name" + from + ", pragma_table_info(l.name, l.schema) AS x" + of +
                                 " AND l.type <> 'view' AND x.pk > 0"},
       {RowKind::UniqueKey, schema + ", i.name, x.seqno, x.name" + from +
-                               ", pragma_index_list(l.name, l.schema) AS i,"
-                               " pragma_index_info(i.name, l.schema) AS x" +
+                               " CROSS JOIN pragma_index_list(l.name, l.schema) AS i"
+                               " CROSS JOIN pragma_index_info(i.name, l.schema) AS x" +
                                of + " AND i.origin = 'u' AND x.name IS NOT NULL"},
       // SQLite numbers foreign keys from the last to the first.
       {RowKind::ForeignKey,
