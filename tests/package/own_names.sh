@@ -4,7 +4,7 @@
 set -euo pipefail
 nm=$1
 shift
-language='abi|bool|char|const|decltype|double|false|for|int|long|name|non|nullptr|short|signed|std|thunk|to|true'
+language='abi|bool|char|const|declval|decltype|double|false|for|int|long|name|non|nullptr|short|signed|std|thunk|to|true'
 language+='|typeinfo|unsigned|virtual|void|vtable|guard|variable|__[a-z]\w*'
 borrowed='[Cc]url_\w+|curlsocktype|ssl_\w+' # types of parameters
 own='(CM|CO|IC|I?ZEA|QX|qx)\w*|zea|zeakit'
