@@ -2,10 +2,15 @@
 include(CMakePackageConfigHelpers)
 
 set(zea_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zea)
-set_target_properties(zea zeakit PROPERTIES INSTALL_RPATH "$ORIGIN")
+# Where a library looks for the others: beside itself. Windows does so by itself.
+set(zea_origin "$ORIGIN")
+if(APPLE)
+  set(zea_origin "@loader_path")
+endif()
+set_target_properties(zea zeakit PROPERTIES INSTALL_RPATH "${zea_origin}")
 install(DIRECTORY include/zea foundation/include/qx kit/include/zeakit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
 if(ZEA_BUILD_TOOLS)
-  set_target_properties(zea-console zea-standin PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(zea-console zea-standin PROPERTIES INSTALL_RPATH "${zea_origin}/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zea-console zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 

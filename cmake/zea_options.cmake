@@ -17,11 +17,17 @@ if(PROJECT_VERSION_MAJOR EQUAL 0)
   set(ZEA_SOVERSION 0.${PROJECT_VERSION_MINOR})
 endif()
 
+# Version scripts and the options of -z.
+set(ZEA_LINKER_READS_ELF_OPTIONS ON)
+if(WIN32 OR APPLE)
+  set(ZEA_LINKER_READS_ELF_OPTIONS OFF)
+endif()
+
 # What nobody calls is left out of programs and libraries (most of a JSON library, for one), and a library that misses
 # one of its own says so when it is linked and not when a host loads it. Sanitizers find their functions in the program
 # and their tables by section: they go without both.
 include(CheckLinkerFlag)
-if(NOT ZEA_SANITIZE)
+if(NOT ZEA_SANITIZE AND ZEA_LINKER_READS_ELF_OPTIONS)
   check_linker_flag(CXX LINKER:--gc-sections ZEA_LINKER_COLLECTS_SECTIONS)
   check_linker_flag(CXX LINKER:-z,defs ZEA_LINKER_REFUSES_UNDEFINED)
 endif()
@@ -38,10 +44,14 @@ function(zea_target target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
-    # Diagnostics name sources by their place in the tree, whatever folder it was built in.
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 /EHsc)
+  else()
+    target_compile_options(${target} PRIVATE
+      -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
+      # Diagnostics name sources by their place in the tree, whatever folder it was built in.
+      -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  endif()
   if(ZEA_LINKER_COLLECTS_SECTIONS AND NOT ZEA_SANITIZE)
     target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
     target_link_options(${target} PRIVATE LINKER:--gc-sections)
@@ -50,7 +60,16 @@ function(zea_target target)
     target_link_options(${target} PRIVATE LINKER:-z,defs)
   endif()
   if(ZEA_WARNINGS_AS_ERRORS)
-    target_compile_options(${target} PRIVATE -Werror)
+    target_compile_options(${target} PRIVATE $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
+  endif()
+endfunction()
+
+# zea_api(<library> <prefix>): whoever uses the library without its DLL must not ask for imports. The macro
+# <prefix>_API reads <library>_EXPORTS, which CMake defines where a shared library is compiled, and <prefix>_STATIC.
+function(zea_api library prefix)
+  get_target_property(type ${library} TYPE)
+  if(WIN32 AND type STREQUAL "STATIC_LIBRARY")
+    target_compile_definitions(${library} PUBLIC ${prefix}_STATIC)
   endif()
 endfunction()
 

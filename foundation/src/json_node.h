@@ -12,8 +12,9 @@
 
 namespace qx {
 
-// The first ones have the numbers of `COJsonValueType`.
-enum class JsonKind : std::uint8_t {
+// The first ones have the numbers of `COJsonValueType`. It is as wide as the size that it shares a word with:
+// Microsoft's layout joins only bit fields of one width.
+enum class JsonKind : std::uint64_t {
   Null,
   Object,
   Array,

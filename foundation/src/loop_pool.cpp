@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "openssl_guard.h"
+#include "platform/platform.h"
 #include "process_shared.h"
 
 namespace qx {
@@ -18,6 +19,7 @@ namespace {
 /// could not bear that.
 struct Library {
   Library() {
+    platform::stayLoaded();
     const OpenSSLUse use;
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   }

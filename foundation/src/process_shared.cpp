@@ -1,6 +1,5 @@
 #include "process_shared.h"
 
-#include <mutex>
 #include <thread>
 
 #include "platform/platform.h"
@@ -11,7 +10,7 @@ namespace {
 
 /// Never destroyed, and there before any other static object is made.
 union Mutex {
-  std::mutex mutex;
+  platform::Mutex mutex;
   constexpr Mutex() : mutex() {}
   ~Mutex() {}
 };

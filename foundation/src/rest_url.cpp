@@ -1,14 +1,12 @@
 #include "rest_url.h"
 
-#include <idn2.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <memory>
 #include <new>
 #include <string_view>
 
+#include "platform/platform.h"
 #include "qx/secret.h"
 #include "rest_headers.h"
 
@@ -111,13 +109,9 @@ bool convertHost(std::string& url, std::size_t begin, std::size_t end) {
   end = std::min(url.find(':', begin), end);
   const std::string name = url.substr(begin, end - begin);
   if (std::none_of(name.begin(), name.end(), isForeign)) return true;
-  std::uint8_t* converted = nullptr;
-  // As browsers do it: the same text leads to the same host.
-  const int result = idn2_lookup_u8(reinterpret_cast<const std::uint8_t*>(name.c_str()), &converted,
-                                    IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL);
-  const std::unique_ptr<std::uint8_t, CurlRelease<idn2_free>> owned(converted);
-  if (result == IDN2_OK) url.replace(begin, end - begin, reinterpret_cast<const char*>(converted));
-  return result == IDN2_OK;
+  const std::string converted = platform::convertToASCII(name);
+  if (!converted.empty()) url.replace(begin, end - begin, converted);
+  return !converted.empty();
 }
 
 /// Empty when it is seen to be none.

@@ -29,7 +29,8 @@ bool isWakingPair(CURLM* multi, const std::array<platform::Socket, 2>& pair) {
 CurlMulti createMulti() {
   constexpr unsigned kClosesOnExec = 0x080e00;
   constexpr int kTries = 8;
-  const bool isSafe = curl_version_info(CURLVERSION_NOW)->version_num >= kClosesOnExec;
+  const bool isSafe =
+      curl_version_info(CURLVERSION_NOW)->version_num >= kClosesOnExec || !platform::inheritsWakingPair();
   CurlMulti multi;
   for (int i = 0; i < kTries; ++i) {
     const std::array<platform::Socket, 2> next = platform::guessNextDescriptors();

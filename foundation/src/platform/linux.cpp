@@ -1,5 +1,6 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <idn2.h>
 #include <linux/sockios.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -16,6 +17,7 @@
 #include <memory>
 #include <new>
 
+#include "address_text.h"
 #include "platform.h"
 
 namespace qx::platform {
@@ -31,6 +33,8 @@ bool hasFreeDescriptor() noexcept {
   ::close(socket);
   return true;
 }
+
+bool inheritsWakingPair() noexcept { return true; }
 
 std::array<Socket, 2> guessNextDescriptors() noexcept {
   // The lowest free numbers are always next, so those that were just handed out come again.
@@ -105,34 +109,18 @@ void watchForks(void (*before)(), void (*inParent)(), void (*inChild)()) {
   static_cast<void>(::pthread_atfork(before, inParent, inChild));
 }
 
-std::vector<std::string> lookUp(const std::string& name) {
-  addrinfo hints{};
-  // Otherwise each address would come three times, once for each kind of socket.
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* list = nullptr;
-  std::vector<std::string> found;
-  if (::getaddrinfo(name.c_str(), nullptr, &hints, &list) != 0) return found;
-  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owned(list, ::freeaddrinfo);
-  for (const addrinfo* one = list; one != nullptr; one = one->ai_next) {
-    std::array<char, INET6_ADDRSTRLEN> text{};
-    const void* address = nullptr;
-    if (one->ai_family == AF_INET) address = &reinterpret_cast<const sockaddr_in*>(one->ai_addr)->sin_addr;
-    if (one->ai_family == AF_INET6) {
-      const auto* const six = reinterpret_cast<const sockaddr_in6*>(one->ai_addr);
-      // One that is good on a single interface cannot be written without naming it, which libcurl does not read.
-      if (six->sin6_scope_id == 0) address = &six->sin6_addr;
-    }
-    if (address != nullptr && ::inet_ntop(one->ai_family, address, text.data(), text.size()) != nullptr) {
-      found.emplace_back(text.data());
-    }
-  }
-  return found;
+std::vector<std::string> lookUp(const std::string& name) { return listAddresses(name); }
+
+std::string convertToASCII(const std::string& name) {
+  std::uint8_t* converted = nullptr;
+  // As browsers do it: the same text leads to the same host.
+  const int result = idn2_lookup_u8(reinterpret_cast<const std::uint8_t*>(name.c_str()), &converted,
+                                    IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL);
+  const std::unique_ptr<std::uint8_t, decltype(&idn2_free)> owned(converted, idn2_free);
+  return result == IDN2_OK ? reinterpret_cast<const char*>(converted) : std::string();
 }
 
-bool isAddress(const std::string& text) noexcept {
-  in6_addr address{};
-  return ::inet_pton(AF_INET, text.c_str(), &address) == 1 || ::inet_pton(AF_INET6, text.c_str(), &address) == 1;
-}
+bool isAddress(const std::string& text) noexcept { return isAddressText(text); }
 
 bool startThread(void* (*function)(void*), void* data) noexcept {
   // None of these fails. The new thread inherits what is blocked here.
@@ -154,5 +142,9 @@ FileState obtainFileState(const std::string& path) noexcept {
   return {static_cast<std::int64_t>(state.st_dev), static_cast<std::int64_t>(state.st_ino), state.st_size,
           state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
 }
+
+std::vector<std::string> obtainSystemAuthorities() { return {}; }
+
+void stayLoaded() noexcept {}
 
 }  // namespace qx::platform

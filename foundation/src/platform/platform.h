@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,27 @@ namespace qx::platform {
 
 struct Watch;
 
+#ifdef _WIN32
+using Socket = std::uintptr_t;
+#else
 using Socket = int;
-inline constexpr Socket kNoSocket = -1;
+#endif
+inline constexpr Socket kNoSocket = static_cast<Socket>(-1);
+
+/// A mutex that is there before any static object is made.
+#ifdef _WIN32
+class Mutex {
+ public:
+  void lock() noexcept;
+  bool try_lock() noexcept;  // NOLINT: the standard library's name
+  void unlock() noexcept;
+
+ private:
+  void* state_ = nullptr;
+};
+#else
+using Mutex = std::mutex;
+#endif
 
 /// A socket that is not inherited by programs which the host starts. `kNoSocket` when there is none to be had.
 Socket openSocket(int family, int kind, int protocol) noexcept;
@@ -20,6 +40,9 @@ Socket openSocket(int family, int kind, int protocol) noexcept;
 /// False when the process has as many files and sockets open as it may.
 bool hasFreeDescriptor() noexcept;
 
+/// Whether programs that the host starts inherit the pair of sockets that libcurl keeps for a multi handle, unless it
+/// is found and marked. Where it is false the next three do nothing.
+bool inheritsWakingPair() noexcept;
 /// The two descriptors that the process is handed next, unless another thread is faster.
 std::array<Socket, 2> guessNextDescriptors() noexcept;
 /// How many bytes a socket of this machine's own holds that nobody has read, or has sent that the other end has not
@@ -59,7 +82,7 @@ struct Watch {
   bool canRead = false;
   bool canWrite = false;
   bool hasFailed = false;
-  bool hasEnded = false;
+  bool hasEnded = false;  // or something is to be read, where the system can't tell the two apart; see `peek`
 };
 
 /// Waits until a socket is ready, the waker is woken or the time is over. Throws `std::bad_alloc`.
@@ -71,6 +94,8 @@ void watchForks(void (*before)(), void (*inParent)(), void (*inChild)());
 /// Asks the system's resolver for the addresses of a name, such as "192.0.2.1" or "2001:db8::1", the preferred one
 /// first; none when the name is not found. It may take half a minute. Throws `std::bad_alloc`.
 std::vector<std::string> lookUp(const std::string& name);
+/// What the name system knows a name in UTF-8 by; empty when it is none.
+std::string convertToASCII(const std::string& name);
 /// Whether the text is an address by itself, without brackets.
 bool isAddress(const std::string& text) noexcept;
 
@@ -82,5 +107,12 @@ bool startThread(void* (*function)(void*), void* data) noexcept;
 /// pipe, whose reading might never end.
 using FileState = std::array<std::int64_t, 5>;
 FileState obtainFileState(const std::string& path) noexcept;
+
+/// The certificates of the authorities that the system trusts to name servers, in DER; none where they lie in files
+/// whose places libcurl and OpenSSL know. Throws `std::bad_alloc`.
+std::vector<std::string> obtainSystemAuthorities();
+
+/// Keeps this library loaded until the process ends, where linking it has not seen to that.
+void stayLoaded() noexcept;
 
 }  // namespace qx::platform
