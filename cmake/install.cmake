@@ -17,11 +17,11 @@ endif()
 set(zea_libraries zea zeakit)
 if(ZEA_DRIVER_SQLITE)
   list(APPEND zea_libraries zeasqlite)
-  set_target_properties(zeasqlite PROPERTIES INSTALL_RPATH "$ORIGIN")
+  set_target_properties(zeasqlite PROPERTIES INSTALL_RPATH "${zea_origin}")
   install(DIRECTORY drivers/sqlite/include/zeasqlite DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
 endif()
 
-# Each library is exported under the name that hosts link: qx::qx, zea::zea and zea::kit.
+# Each library is exported under the name that hosts link: qx::qx, zea::zea, zea::kit and zea::sqlite.
 foreach(library qx ${zea_libraries})
   install(TARGETS ${library} EXPORT ${library}_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

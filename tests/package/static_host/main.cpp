@@ -1,7 +1,7 @@
 // static_host URL QUESTION: a host with much of its own, which the static libraries must neither meet nor replace.
 #include <curl/curl.h>
 #include <zea/zea.h>
-#include <zeakit/token_estimate.h>
+#include <zeasqlite/read_structure.h>
 
 #include <boost/json/src.hpp>
 #include <iostream>
@@ -87,5 +87,5 @@ int main(int argc, char** argv) {
   if (argc != 3 || !canCallByItself(argv[1])) return 2;
   const std::string text = boost::json::serialize(boost::json::value{{"answer", ask(argv[1], argv[2])}});
   std::cout << boost::json::parse(text).at("answer").as_string().c_str() << '\n';
-  return hasItsOwnClasses() && zeakit::estimateTokens(text) > 0 && canCallByItself(argv[1]) ? 0 : 3;
+  return hasItsOwnClasses() && !zeasqlite::readStructure("").error.empty() && canCallByItself(argv[1]) ? 0 : 3;
 }
