@@ -14,7 +14,7 @@ std::string quoted(std::string_view text, std::string_view doubled) {
 
 /// A literal that no setting of the server reads in another way.
 std::string literalOf(Dialect dialect, std::string_view text) {
-  if (dialect == Dialect::PostgreSQL) return "E" + quoted(text, "'\\");
+  if (dialect == Dialect::PostgreSQL) return std::string("E").append(quoted(text, "'\\"));
   if (dialect != Dialect::MySQL && dialect != Dialect::MariaDB) return quoted(text, "'");
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string literal = "_utf8mb4 X'";

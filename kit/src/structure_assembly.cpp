@@ -6,6 +6,7 @@
 #include <set>
 #include <string_view>
 
+#include "name_mentions.h"
 #include "name_pattern.h"
 #include "utf8_text.h"
 
@@ -14,13 +15,6 @@ namespace zeakit {
 namespace {
 
 using Instructions = std::vector<std::pair<std::string, std::string>>;
-
-std::string lower(std::string text) {
-  for (char& byte : text) {
-    if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
-  }
-  return text;
-}
 
 std::string displayName(const Name& name) {
   return name.first.empty() ? "`" + name.second + "`" : "`" + name.first + "`.`" + name.second + "`";
@@ -75,7 +69,7 @@ class Assembly {
   }
 
  private:
-  static Name lowerName(const Name& name) { return {lower(name.first), lower(name.second)}; }
+  static Name lowerName(const Name& name) { return {lowerCase(name.first), lowerCase(name.second)}; }
 
   /// What the standard's catalog tells in pieces: names of constraints are unique in a schema there.
   void joinConstraints(const std::map<Name, Keys>& plainKeys,
@@ -132,26 +126,20 @@ class Assembly {
 
   void collectHiddenWords() {
     for (const auto& [name, relation] : relations_) {
-      if (!isTold(name)) hiddenRelations_.insert(lower(name.second));
+      if (!isTold(name)) hidden_.add(name.second);
     }
     for (const auto& [name, columns] : columns_) {
       for (const auto& [column, description] : columns) {
-        if (isTold(name) && !isTold(name, column)) hiddenColumns_.insert(lower(column));
+        if (isTold(name) && !isTold(name, column)) hidden_.add(column);
       }
     }
   }
 
   /// Whether the text may show: words of anything excluded keep it back.
-  bool canShow(const std::string& text) const {
-    if (hiddenRelations_.empty() && hiddenColumns_.empty()) return true;
-    const std::string words = lower(text);
-    const auto isNamed = [&words](const std::string& word) { return words.find(word) != std::string::npos; };
-    return std::none_of(hiddenRelations_.begin(), hiddenRelations_.end(), isNamed) &&
-           std::none_of(hiddenColumns_.begin(), hiddenColumns_.end(), isNamed);
-  }
+  bool canShow(const std::string& text) const { return !hidden_.areIn(text); }
 
   int listOf(const Name& name) const {
-    const std::string kind = lower(relations_.at(name).kind);
+    const std::string kind = lowerCase(relations_.at(name).kind);
     if (kind.find("materialized") != std::string::npos) return 2;
     return kind.find("view") != std::string::npos ? 1 : 0;
   }
@@ -301,7 +289,7 @@ class Assembly {
         if (options_.hasViewTexts && view != viewTexts_.end() && canShow(view->second)) {
           views += "\n" + shown + ": " + view->second;
         }
-        const std::string kind = lower(relation.kind);
+        const std::string kind = lowerCase(relation.kind);
         if (kind.find("virtual") != std::string::npos || kind.find("foreign") != std::string::npos) {
           kinds += "\n" + shown + ": " + commentText(relation.kind);
         }
@@ -351,7 +339,7 @@ class Assembly {
   std::map<Name, Keys> primaryKeys_, uniqueKeys_, foreignKeys_;
   std::map<Name, std::map<std::string, std::string>> checks_;
   std::map<Name, Name> byLowerName_;
-  std::set<std::string> hiddenRelations_, hiddenColumns_;
+  NameMentions hidden_;
 };
 
 }  // namespace
