@@ -15,13 +15,16 @@ if(ZEA_BUILD_TOOLS)
 endif()
 
 set(zea_libraries zea zeakit)
-if(ZEA_DRIVER_SQLITE)
-  list(APPEND zea_libraries zeasqlite)
-  set_target_properties(zeasqlite PROPERTIES INSTALL_RPATH "${zea_origin}")
-  install(DIRECTORY drivers/sqlite/include/zeasqlite DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN *.h)
-endif()
+foreach(driver sqlite postgresql mariadb)
+  if(TARGET zea${driver})
+    list(APPEND zea_libraries zea${driver})
+    set_target_properties(zea${driver} PROPERTIES INSTALL_RPATH "${zea_origin}")
+    install(DIRECTORY drivers/${driver}/include/zea${driver} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+      FILES_MATCHING PATTERN *.h)
+  endif()
+endforeach()
 
-# Each library is exported under the name that hosts link: qx::qx, zea::zea, zea::kit and zea::sqlite.
+# Each library is exported under the name that hosts link: qx::qx, zea::zea, zea::kit and so on.
 foreach(library qx ${zea_libraries})
   install(TARGETS ${library} EXPORT ${library}_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

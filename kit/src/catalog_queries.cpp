@@ -107,7 +107,7 @@ std::vector<CatalogQuery> ofMySql(Dialect dialect, const std::string& in) {
            where},
       {RowKind::Column,
        std::string("SELECT TABLE_SCHEMA, TABLE_NAME, ORDINAL_POSITION, COLUMN_NAME, COLUMN_TYPE, IS_NULLABLE, ") +
-           (isMariaDb ? "COLUMN_DEFAULT"
+           (isMariaDb ? "NULLIF(COLUMN_DEFAULT, 'NULL')"
                       : "CASE WHEN EXTRA LIKE '%DEFAULT_GENERATED%' OR DATA_TYPE NOT IN ('char', 'varchar', 'text',"
                         " 'enum', 'set', 'date', 'time', 'datetime', 'timestamp') THEN COLUMN_DEFAULT"
                         " ELSE QUOTE(COLUMN_DEFAULT) END") +
@@ -204,6 +204,13 @@ std::vector<CatalogQuery> catalogQueries(Dialect dialect, const std::vector<std:
       return ofInformationSchema(in);
   }
   return {};
+}
+
+std::vector<std::string> schemasWithoutPatterns(const StructureOptions& options) {
+  for (const std::string& schema : options.includedSchemas) {
+    if (schema.find_first_of("*?") != std::string::npos) return {};
+  }
+  return options.includedSchemas;
 }
 
 }  // namespace zeakit

@@ -104,7 +104,14 @@ class Assembly {
     }
   }
 
+  /// MariaDB lists them among its tables.
+  bool isSequence(const Name& name) const {
+    const auto found = relations_.find(name);
+    return found != relations_.end() && found->second.kind == "SEQUENCE";
+  }
+
   bool isTold(const Name& name) const {
+    if (isSequence(name)) return false;
     const std::string whole = name.first + "." + name.second;
     const auto matches = [&](const std::vector<std::string>& patterns) {
       return matchesAny(patterns, name.second) || matchesAny(patterns, whole);
@@ -126,7 +133,7 @@ class Assembly {
 
   void collectHiddenWords() {
     for (const auto& [name, relation] : relations_) {
-      if (!isTold(name)) hidden_.add(name.second);
+      if (!isTold(name) && !isSequence(name)) hidden_.add(name.second);
     }
     for (const auto& [name, columns] : columns_) {
       for (const auto& [column, description] : columns) {

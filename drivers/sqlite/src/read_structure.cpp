@@ -12,6 +12,7 @@ namespace zeasqlite {
 
 namespace {
 
+using zeakit::ReadResult;
 using zeakit::RowKind;
 using Row = std::vector<std::optional<std::string>>;
 

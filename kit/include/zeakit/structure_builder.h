@@ -17,7 +17,7 @@ enum class Dialect { PostgreSQL, MySQL, MariaDB, SQLite, InformationSchema };
 /// What the cells of a row are, in their order. "relation" is the name of a table or a view; cells that are marked with
 /// "?" may be null, a schema may be empty, and positions are decimal numbers.
 enum class RowKind {
-  Relation,    // schema, relation, kind, position?, comment?; the kinds are those of the queries, "VIEW" among them
+  Relation,    // schema, relation, kind, position?, comment?; the kinds are those of the queries, no "SEQUENCE" is told
   Column,      // schema, relation, position, name, type?, "YES" or "NO" for nullable?, default?, generated?, comment?,
                // enum values?
   ViewText,    // schema, relation, text?
@@ -69,6 +69,16 @@ struct BuiltStructure {
   /// Sentences for the host about what was left out.
   std::vector<std::string> notes;
 };
+
+/// What a driver gives.
+struct ReadResult {
+  BuiltStructure structure;
+  /// A sentence about why nothing could be read; empty when it could.
+  std::string error;
+};
+
+/// The schemas that a catalog need be asked for: the included ones, or none when there are patterns among them.
+[[nodiscard]] ZEAKIT_API std::vector<std::string> schemasWithoutPatterns(const StructureOptions& options);
 
 /// Collects rows. Serves one thread at a time.
 ///

@@ -1,6 +1,8 @@
 // static_host URL QUESTION: a host with much of its own, which the static libraries must neither meet nor replace.
 #include <curl/curl.h>
 #include <zea/zea.h>
+#include <zeamariadb/read_structure.h>
+#include <zeapostgresql/read_structure.h>
 #include <zeasqlite/read_structure.h>
 
 #include <boost/json/src.hpp>
@@ -87,5 +89,9 @@ int main(int argc, char** argv) {
   if (argc != 3 || !canCallByItself(argv[1])) return 2;
   const std::string text = boost::json::serialize(boost::json::value{{"answer", ask(argv[1], argv[2])}});
   std::cout << boost::json::parse(text).at("answer").as_string().c_str() << '\n';
-  return hasItsOwnClasses() && !zeasqlite::readStructure("").error.empty() && canCallByItself(argv[1]) ? 0 : 3;
+  return hasItsOwnClasses() && !zeasqlite::readStructure("").error.empty() &&
+                 !zeapostgresql::readStructure("no address").error.empty() &&
+                 !zeamariadb::readStructure(nullptr).error.empty() && canCallByItself(argv[1])
+             ? 0
+             : 3;
 }

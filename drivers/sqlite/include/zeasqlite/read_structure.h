@@ -9,18 +9,14 @@ struct sqlite3;
 
 namespace zeasqlite {
 
-struct ReadResult {
-  zeakit::BuiltStructure structure;
-  /// A sentence about why nothing could be read; empty when it could.
-  std::string error;
-};
-
 /// Reads the main database of an open connection, which stays the caller's, in the thread that may use it. A view or a
 /// virtual table that SQLite cannot resolve is left out with a note.
-[[nodiscard]] ZEAKIT_API ReadResult readStructure(sqlite3* connection, const zeakit::StructureOptions& filter = {});
+[[nodiscard]] ZEAKIT_API zeakit::ReadResult readStructure(sqlite3* connection,
+                                                          const zeakit::StructureOptions& filter = {});
 
 /// Reads a file, which is never written, nor anything beside it: a WAL database without a log is read as it stands, one
 /// whose log holds changes only while another program has it open. What is no regular file is refused.
-[[nodiscard]] ZEAKIT_API ReadResult readStructure(const std::string& file, const zeakit::StructureOptions& filter = {});
+[[nodiscard]] ZEAKIT_API zeakit::ReadResult readStructure(const std::string& file,
+                                                          const zeakit::StructureOptions& filter = {});
 
 }  // namespace zeasqlite
