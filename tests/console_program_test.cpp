@@ -90,16 +90,19 @@ TEST_F(ConsoleProgram, ShowsThePromptForADatabaseWhole) {
   EXPECT_EQ(
       shown.output,
       "Be \uFFFD brief.\n\n"
-      "The statements below describe the user's SQLite database. Write SQL in its dialect, in fenced sql blocks.\n"
-      "CREATE TABLE `region` (`country` TEXT, `code` INT, PRIMARY KEY(`code`, `country`))\n"
-      "CREATE TABLE `a`b` (`x` ANY, `y` DECIMAL(10, 2), `twice` INT)\n"
+      "Write SQL in fenced sql blocks.\n"
+      "Write SQL for SQLite. The statements of the structure quote names with backticks; quote them with double quotes "
+      "instead.\n"
+      "The queries behind the views:\n"
+      "`bosses`: CREATE VIEW bosses AS SELECT boss, count(*) AS n FROM person GROUP BY boss\n"
+      "CREATE TABLE `region` (`country` TEXT NOT NULL, `code` INT NOT NULL, PRIMARY KEY(`code`, `country`))\n"
+      "CREATE TABLE `a`b` (`x` ANY, `y` DECIMAL(10, 2) NOT NULL, `twice` INT GENERATED ALWAYS)\n"
       "CREATE TABLE `person` (`id` INTEGER, `boss` INT, `c` TEXT, `n` INT, `r` INT, PRIMARY KEY(`id`), "
       "FOREIGN KEY(`boss`) REFERENCES `person`(`id`), "
       "FOREIGN KEY(`n`, `c`) REFERENCES `region`(`code`, `country`), "
       "FOREIGN KEY(`c`, `n`) REFERENCES `region`(`country`, `code`))\n"
-      "CREATE VIEW `bosses` (`boss` INT, `n` ANY)\n"
-      "CREATE VIEW `lost` ()\n\n");
-  EXPECT_EQ(shown.error, "");
+      "CREATE VIEW `bosses` (`boss` INT, `n` ANY)\n\n");
+  EXPECT_EQ(shown.error, "lost is left out: no such table: main.nowhere.\n");
 }
 
 TEST_F(ConsoleProgram, SendsTheFirstTurnWithTheSecondQuestion) {

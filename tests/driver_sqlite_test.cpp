@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "zeasqlite/read_structure.h"
@@ -66,7 +67,53 @@ TEST_F(SqliteDriver, LeavesTheFolderOfAWalDatabaseAsItIs) {
 
 TEST_F(SqliteDriver, RefusesWhatIsNoDatabaseFile) {
   ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-  for (const std::string& path : {file, folder.string(), std::string("/dev/null"), file + "none"}) {
-    EXPECT_EQ(zeasqlite::readStructure(path).error, path + " is no regular file.");
+  std::ofstream(folder / "text") << std::string(2000, 'x');
+  const std::pair<std::string, const char*> cases[] = {{file, "# is no regular file."},
+                                                       {"/dev/null", "# is no regular file."},
+                                                       {folder, "# is a directory, not a database."},
+                                                       {file + "none", "There is no file #."},
+                                                       {folder / "text", "# is not an SQLite database."}};
+  for (const auto& [path, sentence] : cases) {
+    std::string expected = sentence;
+    EXPECT_EQ(zeasqlite::readStructure(path).error, expected.replace(expected.find('#'), 1, path));
   }
+}
+
+// SQLite used to mend the index of a log that nobody had open any more.
+TEST_F(SqliteDriver, ReadsALogWithoutTouchingItsIndex) {
+  sqlite3* writer = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &writer), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(writer, "PRAGMA journal_mode = WAL; CREATE TABLE logged(id INT)", nullptr, nullptr, nullptr),
+            0);
+  const auto isRead = [this] {
+    const auto before = listing();
+    const auto result = zeasqlite::readStructure(file);
+    EXPECT_EQ(before.size(), 4u);
+    EXPECT_EQ(listing(), before);
+    return result.structure.document.find("logged") != std::string::npos;
+  };
+  EXPECT_TRUE(isRead()) << "while another has it open";
+
+  for (const char* part : {"", "-wal", "-shm"}) fs::copy_file(file + part, folder / ("copy" + std::string(part)));
+  sqlite3_close(writer);
+  fs::remove(file);
+  file = folder / "copy";
+  EXPECT_TRUE(isRead()) << "after its program died";
+  fs::remove(file + "-shm");
+  EXPECT_NE(zeasqlite::readStructure(file).error.find("has a log of changes"), std::string::npos);
+}
+
+TEST_F(SqliteDriver, ReadsWithoutPermissionToWriteAndLeavesOutAModuleThatIsMissing) {
+  run("CREATE TABLE a(id INT); PRAGMA writable_schema = ON; INSERT INTO sqlite_schema VALUES('table', 'lost', 'lost', "
+      "0,"
+      "'CREATE VIRTUAL TABLE lost USING nomodule(x)')");
+  fs::permissions(file, fs::perms::owner_read);
+  fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+  const auto before = listing();
+  const auto result = zeasqlite::readStructure(file);
+  EXPECT_EQ(listing(), before);
+  fs::permissions(folder, fs::perms::owner_all);
+  EXPECT_NE(result.structure.document.find("\"a\""), std::string::npos) << result.error;
+  ASSERT_EQ(result.structure.notes.size(), 1u);
+  EXPECT_EQ(result.structure.notes[0], "lost is left out: no such module: nomodule.");
 }

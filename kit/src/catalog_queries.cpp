@@ -95,10 +95,6 @@ std::vector<CatalogQuery> ofPostgreSql(const std::string& in) {
 
 std::vector<CatalogQuery> ofMySql(Dialect dialect, const std::string& in) {
   const std::string where = " WHERE TABLE_SCHEMA" + in;
-  const std::string key =
-      "SELECT TABLE_SCHEMA, TABLE_NAME, CONSTRAINT_NAME, ORDINAL_POSITION, COLUMN_NAME"
-      " FROM information_schema.KEY_COLUMN_USAGE" +
-      where + " AND REFERENCED_TABLE_NAME IS NULL AND CONSTRAINT_NAME ";
   const bool isMariaDb = dialect == Dialect::MariaDB;
   std::vector<CatalogQuery> queries = {
       {RowKind::Relation,
@@ -113,12 +109,11 @@ std::vector<CatalogQuery> ofMySql(Dialect dialect, const std::string& in) {
                         " ELSE QUOTE(COLUMN_DEFAULT) END") +
            ", NULLIF(GENERATION_EXPRESSION, ''), COLUMN_COMMENT, NULL FROM information_schema.COLUMNS" + where},
       {RowKind::ViewText, "SELECT TABLE_SCHEMA, TABLE_NAME, VIEW_DEFINITION FROM information_schema.VIEWS" + where},
-      {RowKind::PrimaryKey, key + "= 'PRIMARY'"},
-      {RowKind::UniqueKey, key + "<> 'PRIMARY'"},
-      {RowKind::ForeignKey,
+      // One statement about all keys: the server opens every table for each.
+      {RowKind::AnyKey,
        "SELECT TABLE_SCHEMA, TABLE_NAME, CONSTRAINT_NAME, ORDINAL_POSITION, COLUMN_NAME, REFERENCED_TABLE_SCHEMA,"
        " REFERENCED_TABLE_NAME, REFERENCED_COLUMN_NAME FROM information_schema.KEY_COLUMN_USAGE" +
-           where + " AND REFERENCED_TABLE_NAME IS NOT NULL"},
+           where},
       {RowKind::Check, std::string("SELECT CONSTRAINT_SCHEMA, ") + (isMariaDb ? "TABLE_NAME" : "NULL") +
                            ", CONSTRAINT_NAME, CHECK_CLAUSE FROM information_schema.CHECK_CONSTRAINTS"
                            " WHERE CONSTRAINT_SCHEMA" +
@@ -167,13 +162,17 @@ std::vector<CatalogQuery> ofSqlite(const std::string& in) {
   return {
       {RowKind::Relation,
        schema +
-           ", CASE l.type WHEN 'view' THEN 'VIEW' WHEN 'virtual' THEN 'VIRTUAL TABLE' ELSE 'TABLE' END, NULL, NULL" +
-           from + of},
+           ", CASE l.type WHEN 'view' THEN 'VIEW' WHEN 'virtual' THEN 'VIRTUAL TABLE' ELSE 'TABLE' END, m.rowid, NULL" +
+           from + " LEFT JOIN main.sqlite_schema AS m ON l.schema = 'main' AND m.name = l.name" + of},
       {RowKind::Column,
        schema +
            ", x.cid, x.name, coalesce(nullif(x.type, ''), 'ANY'), CASE x.\"notnull\" WHEN 0 THEN 'YES' ELSE 'NO'"
            " END, x.dflt_value, CASE WHEN x.hidden IN (2, 3) THEN '' END, NULL, NULL" +
            from + ", pragma_table_xinfo(l.name, l.schema) AS x" + of + " AND x.hidden <> 1"},
+      {RowKind::ViewText, schema + ", m.sql" + from +
+                              " JOIN main.sqlite_schema AS m ON l.schema = 'main'"
+                              " AND m.name = l.name" +
+                              of + " AND l.type = 'view'"},
       {RowKind::PrimaryKey, schema + ", NULL, x.pk, x.name" + from + ", pragma_table_info(l.name, l.schema) AS x" + of +
                                 " AND l.type <> 'view' AND x.pk > 0"},
       {RowKind::UniqueKey, schema + ", i.name, x.seqno, x.name" + from +

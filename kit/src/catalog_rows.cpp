@@ -26,7 +26,7 @@ struct Shape {
   std::string_view positions;  // a digit for each cell that is a number, or null where it may be
 };
 
-constexpr std::array<Shape, 10> kShapes = {{{5, "012", "3"},
+constexpr std::array<Shape, 11> kShapes = {{{5, "012", "3"},
                                             {10, "0123", "2"},
                                             {3, "01", ""},
                                             {5, "0134", "3"},
@@ -35,7 +35,8 @@ constexpr std::array<Shape, 10> kShapes = {{{5, "012", "3"},
                                             {4, "02", ""},
                                             {4, "0123", ""},
                                             {6, "01234", "35"},
-                                            {4, "01", ""}}};
+                                            {4, "01", ""},
+                                            {8, "01234", "3"}}};
 
 bool hasShape(const Shape& shape, const std::vector<Cell>& row) {
   if (row.size() != shape.cells) return false;
@@ -95,6 +96,13 @@ void CatalogRows::take(RowKind kind, const std::vector<Cell>& row) {
       break;
     case RowKind::Reference:
       if (row[2] && row[3]) references.emplace(name, Name(*row[2], *row[3]));
+      break;
+    case RowKind::AnyKey:
+      if (row[6]) {
+        addKey(foreignKeys, {text(4), text(7)}, {text(5), text(6)});
+      } else {
+        addKey(text(2) == "PRIMARY" ? primaryKeys : uniqueKeys, {text(4), {}}, {});
+      }
       break;
   }
 }

@@ -4,25 +4,21 @@
 #include "console/chat.h"
 #include "console/console_options.h"
 #include "console/console_output.h"
+#include "console/database_file.h"
 #include "console/failure.h"
 #include "console/provider.h"
 #include "console/sample_database.h"
 #include "console/session.h"
-#include "console/sqlite_structure.h"
 
 namespace {
 
 using namespace console;
 
-void describeDatabase(Session& session, const DatabaseStructure& structure) {
-  session.describeDatabase(writeStructureDocument(structure), "SQLite");
-}
-
 ExitCode talk(const ConsoleOptions& options) {
   // The file first: it is looked at without a key, without the network and without a prompt for either.
-  const auto structure = readSqliteStructure(options.databaseFile);
+  const auto structure = readDatabaseFile(options.databaseFile);
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
-  describeDatabase(*session, structure);
+  session->describeDatabase(structure);
   if (options.command == Command::Chat) return runChat(*session);
   if (options.command == Command::Prompt) {
     printText(session->obtainPrompt());

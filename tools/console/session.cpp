@@ -64,11 +64,11 @@ void Session::configure(Connection& connection) const {
   if (options_.maxTokens && connection.provider().takesMaxTokens) connection.set("max_tokens", *options_.maxTokens);
 }
 
-void Session::describeDatabase(const std::string& structureDocument, const std::string& system) {
-  systemInstructions_["dialect"] = "The statements below describe the user's " + system +
-                                   " database. Write SQL in its dialect, in fenced sql blocks.";
+void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
+  systemInstructions_["answer_form"] = "Write SQL in fenced sql blocks.";
+  for (const auto& [name, text] : structure.instructions) systemInstructions_[name] = text;
   connection_->set("system_instructions", systemInstructions_);
-  connection_->set("db_structure", structureDocument);  // into the memory
+  connection_->set("db_structure", structure.document);  // into the memory
 }
 
 void Session::changeProvider(const std::string& name, const std::string& model, const std::string& host) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <standin/zea_standin.h>
+#include <zeakit/structure_builder.h>
 
 #include <memory>
 #include <string>
@@ -25,8 +26,8 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Tells the model of the database: a "db_structure" document, and the kind of SQL that belongs to it.
-  void describeDatabase(const std::string& structureDocument, const std::string& system);
+  /// Tells the model of the database.
+  void describeDatabase(const zeakit::BuiltStructure& structure);
 
   /// Goes on with the same conversation at another provider, with the key that its environment variable or the user
   /// gives. An empty `host` means the provider's own. When a model or a key is missing, nothing changes.

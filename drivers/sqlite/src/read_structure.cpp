@@ -2,11 +2,9 @@
 
 #include <sqlite3.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <string_view>
-#include <system_error>
+
+#include "open_file.h"
 
 namespace zeasqlite {
 
@@ -16,8 +14,8 @@ using zeakit::ReadResult;
 using zeakit::RowKind;
 using Row = std::vector<std::optional<std::string>>;
 
-struct Close {
-  void operator()(sqlite3* database) const { static_cast<void>(sqlite3_close(database)); }
+struct Finalize {
+  // Repeats the failure of the last step, which has been told.
   void operator()(sqlite3_stmt* statement) const { static_cast<void>(sqlite3_finalize(statement)); }
 };
 
@@ -26,7 +24,7 @@ template <class Function>
 bool forEachRow(sqlite3* connection, const std::string& sql, const std::string& argument, Function function) {
   sqlite3_stmt* prepared = nullptr;
   if (sqlite3_prepare_v2(connection, sql.c_str(), -1, &prepared, nullptr) != SQLITE_OK) return false;
-  const std::unique_ptr<sqlite3_stmt, Close> statement(prepared);
+  const std::unique_ptr<sqlite3_stmt, Finalize> statement(prepared);
   if (sqlite3_bind_parameter_count(prepared) > 0) {
     sqlite3_bind_text(prepared, 1, argument.data(), static_cast<int>(argument.size()), SQLITE_TRANSIENT);
   }
@@ -43,25 +41,6 @@ bool forEachRow(sqlite3* connection, const std::string& sql, const std::string& 
     function(std::move(row));
   }
   return code == SQLITE_DONE;
-}
-
-/// Percent-encoded, so that no byte of the path means anything in a URI.
-std::string uriOf(const std::string& file, const char* parameters) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string uri = "file:";
-  for (const char byte : std::filesystem::absolute(file).string()) {
-    const auto value = static_cast<unsigned char>(byte);
-    uri += '%';
-    uri += kDigits[value >> 4U];
-    uri += kDigits[value & 15U];
-  }
-  return uri + parameters;
-}
-
-bool isWalDatabase(const std::string& file) {
-  std::string header(20, '\0');
-  std::ifstream(file, std::ios::binary).read(header.data(), 20);
-  return header[19] == 2;  // the version that a reader needs
 }
 
 }  // namespace
@@ -94,25 +73,11 @@ ReadResult readStructure(sqlite3* connection, const zeakit::StructureOptions& fi
 }
 
 ReadResult readStructure(const std::string& file, const zeakit::StructureOptions& filter) {
-  std::error_code failure;
-  if (!std::filesystem::is_regular_file(file, failure)) return {{}, file + " is no regular file."};
-  const char* parameters = "?mode=ro";
-  if (isWalDatabase(file)) {
-    const auto logSize = std::filesystem::file_size(file + "-wal", failure);
-    const bool hasLog = !failure && logSize > 0;
-    // Reading a log needs its index, which SQLite would make beside it.
-    if (hasLog && !std::filesystem::exists(file + "-shm", failure)) {
-      return {{}, file + " has a log of changes that no program has open; open it once with one that may write."};
-    }
-    if (!hasLog) parameters = "?mode=ro&immutable=1";
-  }
-  sqlite3* opened = nullptr;
-  const int code =
-      sqlite3_open_v2(uriOf(file, parameters).c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
-  const std::unique_ptr<sqlite3, Close> connection(opened);  // there is one to close after a failure too
-  if (code != SQLITE_OK) return {{}, file + " cannot be opened: " + sqlite3_errmsg(opened) + "."};
-  sqlite3_busy_timeout(opened, 5000);
-  return readStructure(opened, filter);
+  OpenedFile opened = openReadOnly(file);
+  if (!opened.error.empty()) return {{}, std::move(opened.error)};
+  ReadResult result = readStructure(opened.connection.get(), filter);
+  if (sqlite3_errcode(opened.connection.get()) == SQLITE_NOTADB) result.error = file + " is not an SQLite database.";
+  return result;
 }
 
 }  // namespace zeasqlite

@@ -27,7 +27,9 @@ enum class RowKind {
   Check,       // schema, relation?, constraint, clause?; without a relation it is the one that a Constraint names
   Constraint,  // schema, relation, constraint, "PRIMARY KEY", "UNIQUE", "FOREIGN KEY" or "CHECK"
   KeyColumn,   // schema, relation, constraint, position, column, position in the referenced key?
-  Reference    // schema, constraint, schema? and name? of the referenced constraint
+  Reference,   // schema, constraint, schema? and name? of the referenced constraint
+  AnyKey       // as ForeignKey, where the referenced relation is null for a primary key, which is named "PRIMARY", and
+               // for a unique one
 };
 
 struct CatalogQuery {
@@ -38,7 +40,8 @@ struct CatalogQuery {
 /// The statements that read a catalog; each only reads and gives rows of its kind. Without names all schemas but the
 /// system's own, of SQLite the attached database "main". Names are written as closed literals whatever they hold; one
 /// with a NUL names no schema and finds none. None joins views of information_schema. An SQLite view that refers to
-/// what has gone fails the statement about columns. SQLite tells no CHECK and no expression of a generated column.
+/// what has gone fails the statement about columns. SQLite tells no CHECK and no expression of a generated column; the
+/// order in which tables were created and the texts of views are those of "main" only.
 [[nodiscard]] ZEAKIT_API std::vector<CatalogQuery> catalogQueries(Dialect dialect,
                                                                   const std::vector<std::string>& schemas = {});
 

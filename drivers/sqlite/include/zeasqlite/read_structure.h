@@ -15,7 +15,7 @@ namespace zeasqlite {
                                                           const zeakit::StructureOptions& filter = {});
 
 /// Reads a file, which is never written, nor anything beside it: a WAL database without a log is read as it stands, one
-/// whose log holds changes only while another program has it open. What is no regular file is refused.
+/// whose log holds changes only while its index lies beside it. What is no regular file is refused.
 [[nodiscard]] ZEAKIT_API zeakit::ReadResult readStructure(const std::string& file,
                                                           const zeakit::StructureOptions& filter = {});
 

@@ -1,0 +1,23 @@
+#include "console/database_file.h"
+
+#include <zeakit/structure_index.h>
+#include <zeasqlite/read_structure.h>
+
+#include <utility>
+
+#include "console/console_output.h"
+#include "console/failure.h"
+
+namespace console {
+
+zeakit::BuiltStructure readDatabaseFile(const std::string& file) {
+  zeakit::ReadResult result = zeasqlite::readStructure(file);
+  if (!result.error.empty()) throw Failure(ExitCode::Usage, result.error);
+  for (const std::string& note : result.structure.notes) printNote(note);
+  if (zeakit::StructureIndex(result.structure.document).size() == 0) {
+    throw Failure(ExitCode::Usage, file + " has no tables or views to talk about.");
+  }
+  return std::move(result.structure);
+}
+
+}  // namespace console

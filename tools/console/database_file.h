@@ -1,0 +1,14 @@
+// The database that a conversation is about.
+#pragma once
+
+#include <zeakit/structure_builder.h>
+
+#include <string>
+
+namespace console {
+
+/// Reads the structure of an SQLite file, and prints what had to be left out. Nothing is written, to the file or beside
+/// it. Throws `Failure` when it can't be read or has no tables.
+zeakit::BuiltStructure readDatabaseFile(const std::string& file);
+
+}  // namespace console
