@@ -1,11 +1,9 @@
 // Structures of real servers, which the test starts.
 #include <gtest/gtest.h>
-#include <libpq-fe.h>
-#include <mysql.h>
 
 #include <memory>
 
-#include "support/database_server.h"
+#include "support/server_tests.h"
 #include "zeamariadb/read_structure.h"
 #include "zeapostgresql/read_structure.h"
 
@@ -35,73 +33,6 @@ std::size_t countOf(const std::string& text, const std::string& part) {
   for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
   return count;
 }
-
-class PostgreSql : public testing::Test {
- protected:
-  static void SetUpTestSuite() { server = std::make_unique<support::PostgreSqlServer>(); }
-  static void TearDownTestSuite() { server.reset(); }
-
-  struct Finish {
-    void operator()(PGconn* connection) const { PQfinish(connection); }
-  };
-  using Connection = std::unique_ptr<PGconn, Finish>;
-
-  static std::string address(const std::string& user = "zea") {
-    return "host=" + server->folder().string() + " dbname=postgres user=" + user;
-  }
-  static Connection connect(const std::string& user = "zea") { return Connection(PQconnectdb(address(user).c_str())); }
-  static std::string run(const Connection& connection, const std::string& sql) {
-    PGresult* const result = PQexec(connection.get(), sql.c_str());
-    EXPECT_NE(PQresultStatus(result), PGRES_FATAL_ERROR) << PQerrorMessage(connection.get());
-    std::string value = PQntuples(result) > 0 ? PQgetvalue(result, 0, 0) : "";
-    PQclear(result);
-    return value;
-  }
-
-  static std::unique_ptr<support::PostgreSqlServer> server;
-};
-std::unique_ptr<support::PostgreSqlServer> PostgreSql::server;
-
-class MariaDb : public testing::Test {
- protected:
-  static void SetUpTestSuite() { server = std::make_unique<support::MariaDbServer>(); }
-  static void TearDownTestSuite() { server.reset(); }
-
-  struct Close {
-    void operator()(MYSQL* connection) const { mysql_close(connection); }
-  };
-  using Connection = std::unique_ptr<MYSQL, Close>;
-
-  static zeamariadb::Address address(const std::string& user = "zea") {
-    zeamariadb::Address address;
-    address.socket = server->folder() / "s";
-    address.user = user;
-    return address;
-  }
-  static Connection connect() {
-    Connection connection(mysql_init(nullptr));
-    EXPECT_NE(mysql_real_connect(connection.get(), nullptr, "zea", nullptr, nullptr, 0, address().socket.c_str(),
-                                 CLIENT_MULTI_STATEMENTS),
-              nullptr);
-    return connection;
-  }
-  static std::string run(const Connection& connection, const std::string& sql) {
-    std::string value;
-    EXPECT_EQ(mysql_real_query(connection.get(), sql.data(), sql.size()), 0) << mysql_error(connection.get());
-    do {
-      MYSQL_RES* const result = mysql_store_result(connection.get());
-      if (result == nullptr) continue;
-      const MYSQL_ROW row = mysql_fetch_row(result);
-      if (row != nullptr && row[0] != nullptr) value = row[0];
-      mysql_free_result(result);
-    } while (mysql_next_result(connection.get()) == 0);
-    EXPECT_EQ(mysql_errno(connection.get()), 0u) << mysql_error(connection.get());
-    return value;
-  }
-
-  static std::unique_ptr<support::MariaDbServer> server;
-};
-std::unique_ptr<support::MariaDbServer> MariaDb::server;
 
 }  // namespace
 

@@ -3,9 +3,10 @@
 #include <mysql.h>
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <utility>
+
+#include "open_connection.h"
 
 namespace zeamariadb {
 
@@ -14,24 +15,18 @@ namespace {
 using zeakit::ReadResult;
 using Row = std::vector<std::optional<std::string>>;
 
-struct Free {
-  void operator()(MYSQL* connection) const { mysql_close(connection); }
+struct FreeResult {
   void operator()(MYSQL_RES* result) const { mysql_free_result(result); }
 };
 
-ReadResult failure(const std::string& what, MYSQL* connection) {
-  const std::string reason = mysql_error(connection);
-  return {{}, what + (reason.empty() ? "." : ": " + reason + ".")};
-}
+ReadResult failure(const std::string& what, MYSQL* connection) { return {{}, sentenceOf(what, connection)}; }
 
-bool run(MYSQL* connection, const std::string& statement) {
-  return mysql_real_query(connection, statement.data(), static_cast<unsigned long>(statement.size())) == 0;
-}
+bool run(MYSQL* connection, const std::string& statement) { return runCommand(connection, statement); }
 
 template <class Function>
 bool forEachRow(MYSQL* connection, const std::string& sql, Function function) {
   if (!run(connection, sql)) return false;
-  const std::unique_ptr<MYSQL_RES, Free> result(mysql_use_result(connection));
+  const std::unique_ptr<MYSQL_RES, FreeResult> result(mysql_use_result(connection));
   if (result == nullptr) return false;
   const unsigned count = mysql_num_fields(result.get());
   while (MYSQL_ROW cells = mysql_fetch_row(result.get())) {
@@ -91,24 +86,11 @@ ReadResult readStructure(MYSQL* connection, const zeakit::StructureOptions& filt
 }
 
 ReadResult readStructure(const Address& address, const zeakit::StructureOptions& filter) {
-  static std::once_flag once;  // mysql_init is not for several threads the first time
-  std::call_once(once, [] { mysql_library_init(0, nullptr, nullptr); });
-  const std::unique_ptr<MYSQL, Free> connection(mysql_init(nullptr));
-  if (connection == nullptr) return {{}, "There is no memory for a connection."};
-  const unsigned seconds = 10;
-  const unsigned noFiles = 0;  // otherwise a server may ask for any file of the host's
-  mysql_options(connection.get(), MYSQL_READ_DEFAULT_GROUP, "client");
-  mysql_options(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &seconds);
-  mysql_options(connection.get(), MYSQL_OPT_LOCAL_INFILE, &noFiles);
-  const auto textOf = [](const std::string& text) { return text.empty() ? nullptr : text.c_str(); };
-  if (mysql_real_connect(connection.get(), textOf(address.host), textOf(address.user), textOf(address.password),
-                         textOf(address.database), address.port, textOf(address.socket), 0) == nullptr ||
-      !run(connection.get(), "SET SESSION TRANSACTION READ ONLY")) {
-    return failure("The database cannot be opened", connection.get());
-  }
+  OpenedConnection opened = openConnection(address);
+  if (!opened.error.empty()) return {{}, std::move(opened.error)};
   zeakit::StructureOptions own = filter;
   if (own.includedSchemas.empty() && !address.database.empty()) own.includedSchemas = {address.database};
-  return readStructure(connection.get(), own);
+  return readStructure(opened.connection.get(), own);
 }
 
 }  // namespace zeamariadb

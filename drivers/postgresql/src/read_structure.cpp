@@ -2,9 +2,10 @@
 
 #include <libpq-fe.h>
 
-#include <memory>
 #include <set>
 #include <utility>
+
+#include "open_connection.h"
 
 namespace zeapostgresql {
 
@@ -14,26 +15,13 @@ using zeakit::ReadResult;
 using zeakit::RowKind;
 using Row = std::vector<std::optional<std::string>>;
 
-struct Free {
-  void operator()(PGresult* result) const { PQclear(result); }
-  void operator()(PGconn* connection) const { PQfinish(connection); }
-  void operator()(PQconninfoOption* options) const { PQconninfoFree(options); }
-};
+ReadResult failure(const std::string& what, PGconn* connection) { return {{}, sentenceOf(what, connection)}; }
 
-ReadResult failure(const std::string& what, PGconn* connection) {
-  std::string reason = PQerrorMessage(connection);
-  while (!reason.empty() && reason.back() == '\n') reason.pop_back();
-  return {{}, what + (reason.empty() ? "." : ": " + reason)};
-}
-
-bool run(PGconn* connection, const char* statement) {
-  const std::unique_ptr<PGresult, Free> result(PQexec(connection, statement));
-  return PQresultStatus(result.get()) == PGRES_COMMAND_OK;
-}
+bool run(PGconn* connection, const char* statement) { return runCommand(connection, statement); }
 
 template <class Function>
 bool forEachRow(PGconn* connection, const std::string& sql, Function function) {
-  const std::unique_ptr<PGresult, Free> result(PQexec(connection, sql.c_str()));
+  const Result result(PQexec(connection, sql.c_str()));
   if (PQresultStatus(result.get()) != PGRES_TUPLES_OK) return false;
   for (int number = 0; number < PQntuples(result.get()); ++number) {
     Row row(static_cast<std::size_t>(PQnfields(result.get())));
@@ -120,24 +108,9 @@ ReadResult readStructure(PGconn* connection, const zeakit::StructureOptions& fil
 }
 
 ReadResult readStructure(const std::string& address, const zeakit::StructureOptions& filter) {
-  // What libpq says about an address that it cannot read holds pieces of it, perhaps the password.
-  const std::unique_ptr<PQconninfoOption, Free> options(PQconninfoParse(address.c_str(), nullptr));
-  if (options == nullptr || address.find('\0') != std::string::npos) {
-    return {{}, "The address of the database cannot be read."};
-  }
-  // Later ones win, so the address has the last word.
-  const char* const names[] = {"connect_timeout", "fallback_application_name", "dbname", nullptr};
-  const char* const values[] = {"10", "zea", address.c_str(), nullptr};
-  const std::unique_ptr<PGconn, Free> connection(PQconnectdbParams(names, values, 1));
-  if (connection == nullptr) return {{}, "There is no memory for a connection."};
-  // Otherwise libpq writes what the server notes to the host's standard error.
-  PQsetNoticeProcessor(
-      connection.get(), [](void*, const char*) {}, nullptr);
-  if (PQstatus(connection.get()) != CONNECTION_OK) return failure("The database cannot be opened", connection.get());
-  if (!run(connection.get(), "SET default_transaction_read_only = on")) {
-    return failure("The database cannot be opened", connection.get());
-  }
-  return readStructure(connection.get(), filter);
+  OpenedConnection opened = openConnection(address);
+  if (!opened.error.empty()) return {{}, std::move(opened.error)};
+  return readStructure(opened.connection.get(), filter);
 }
 
 }  // namespace zeapostgresql

@@ -50,30 +50,34 @@ std::string refusalOf(const std::string& file) {
 // The only failure is a statement that is still open, and none outlives its function here.
 void CloseConnection::operator()(sqlite3* connection) const { static_cast<void>(sqlite3_close(connection)); }
 
-OpenedFile openReadOnly(const std::string& file) {
-  OpenedFile opened;
-  opened.error = refusalOf(file);
-  if (!opened.error.empty()) return opened;
-  const char* parameters = "?mode=ro";
-  if (isWalDatabase(file)) {
-    std::error_code failure;
-    const auto logSize = fs::file_size(file + "-wal", failure);
-    const bool hasLog = !failure;
-    const bool hasLogIndex = fs::exists(file + "-shm", failure);
-    if (hasLog && hasLogIndex) {
-      // An index that a program left behind when it died is not mended; SQLite makes one of its own in memory.
-      parameters = "?mode=ro&readonly_shm=1";
-    } else if (hasLog && logSize > 0) {
-      // SQLite would make the index beside it.
-      opened.error = file + " has a log of changes that no program has open; open it once with one that may write.";
-      return opened;
-    } else {
-      parameters = "?mode=ro&immutable=1";  // no log: SQLite would make an empty one
-    }
+OpenPlan planToOpen(const std::string& file) {
+  OpenPlan plan{"?mode=ro", false, refusalOf(file)};
+  if (!plan.error.empty() || !isWalDatabase(file)) return plan;
+  std::error_code failure;
+  const auto logSize = fs::file_size(file + "-wal", failure);
+  const bool hasLog = !failure;
+  const bool hasLogIndex = fs::exists(file + "-shm", failure);
+  if (hasLog && hasLogIndex) {
+    // An index that a program left behind when it died is not mended; SQLite makes one of its own in memory.
+    plan.parameters = "?mode=ro&readonly_shm=1";
+  } else if (hasLog && logSize > 0) {
+    // SQLite would make the index beside it.
+    plan.error = file + " has a log of changes that no program has open; open it once with one that may write.";
+  } else {
+    plan.parameters = "?mode=ro&immutable=1";  // no log: SQLite would make an empty one
+    plan.isSnapshot = true;
   }
+  return plan;
+}
+
+OpenedFile openReadOnly(const std::string& file) { return openReadOnly(file, planToOpen(file)); }
+
+OpenedFile openReadOnly(const std::string& file, const OpenPlan& plan) {
+  OpenedFile opened{nullptr, plan.error};
+  if (!opened.error.empty()) return opened;
   sqlite3* connection = nullptr;
-  const int code =
-      sqlite3_open_v2(uriOf(file, parameters).c_str(), &connection, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+  const int code = sqlite3_open_v2(uriOf(file, plan.parameters).c_str(), &connection,
+                                   SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
   opened.connection.reset(connection);  // there is one to close after a failure too
   if (code != SQLITE_OK) {
     opened.error = file + " cannot be opened: " + sqlite3_errmsg(connection) + ".";

@@ -18,7 +18,19 @@ struct OpenedFile {
   std::string error;
 };
 
+/// How a file is opened at this moment; a moment later it may be another way.
+struct OpenPlan {
+  /// Of the URI; with static lifetime.
+  const char* parameters = nullptr;
+  /// Whether changes by others stay unseen, so that the file is opened anew each time.
+  bool isSnapshot = false;
+  /// A sentence about why it can't be opened, or empty.
+  std::string error;
+};
+OpenPlan planToOpen(const std::string& file);
+
 /// Opens a regular file for reading. Whether it holds a database shows with the first statement.
 OpenedFile openReadOnly(const std::string& file);
+OpenedFile openReadOnly(const std::string& file, const OpenPlan& plan);
 
 }  // namespace zeasqlite
