@@ -223,7 +223,7 @@ TEST_F(PostgreSql, ReturnsRowsAndEndsWhatTakesTooLong) {
   withCancels(runner, [&] {
     EXPECT_EQ(shown(runner.run("SELECT count(*) FROM (SELECT generate_series(1, 100000000000)) s",
                                {1, 1, std::chrono::hours(1)})),
-              "The statement was canceled.");
+              "The statement was cancelled.");
   });
   // The session ends in the middle; the next statement has a new one.
   std::thread ending([&] {
@@ -392,7 +392,7 @@ TEST_F(MariaDb, ReturnsRowsAndEndsWhatTakesTooLong) {
   withCancels(runner, [&] {
     EXPECT_EQ(shown(runner.run("SELECT count(*) FROM seq_1_to_1000000000 a, seq_1_to_1000000000 b",
                                {1, 1, std::chrono::hours(1)})),
-              "The statement was canceled.");
+              "The statement was cancelled.");
   });
   EXPECT_EQ(shown(runner.run("SELECT 2")), "2|");
 }

@@ -194,7 +194,7 @@ TEST_F(SqliteRunner, RunsNothingThatDoesMoreThanRead) {
   EXPECT_EQ(shown(runner->run("SELECT count(*) FROM t")), "3|");
 }
 
-TEST_F(SqliteRunner, EndsWhatTakesTooLongTooMuchOrIsCanceled) {
+TEST_F(SqliteRunner, EndsWhatTakesTooLongTooMuchOrIsCancelled) {
   const std::string endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT ";
   EXPECT_EQ(shown(runner->run(endless + "count(*) FROM n", {1, 1, std::chrono::milliseconds(20)})),
             "The statement took longer than it may.");
@@ -209,7 +209,7 @@ TEST_F(SqliteRunner, EndsWhatTakesTooLongTooMuchOrIsCanceled) {
     while (!isDone) runner->cancel();
   });
   EXPECT_EQ(shown(runner->run(endless + "count(*) FROM n", {1, 1, std::chrono::hours(1)})),
-            "The statement was canceled.");
+            "The statement was cancelled.");
   isDone = true;
   other.join();
 }

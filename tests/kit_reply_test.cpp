@@ -53,6 +53,7 @@ constexpr struct {
     {"~~~sql\nSELECT 1\n~~~", "ssql[SELECT 1]"},
     {"````sql\nSELECT '```'\n````", "ssql[SELECT '```']"},
     {"```sql\r\nSELECT a\r\nFROM b\r\n```\r\nDone.", "ssql[SELECT a\r\nFROM b]t[Done.]"},
+    {"```sql\rSELECT a\rFROM b\r```\rDone.", "ssql[SELECT a\rFROM b]t[Done.]"},
     {"```sql\n\n\nSELECT a\n\n\nFROM b\n\n```", "ssql[SELECT a\n\n\nFROM b]"},
     {"```sql\n-- all of them\nSELECT 1\n```", "ssql[-- all of them\nSELECT 1]"},
     {"```sql\nSELECT 'é', '日'\n```", "ssql[SELECT 'é', '日']"},

@@ -123,7 +123,7 @@ TEST_F(WorkerTest, CancelsWhatRunsAndWhatWaitsAndGoesOn) {
     worker->cancel();
     loop.runUntil(texts, 2);
     EXPECT_NE(texts[0].find("cancel"), std::string::npos) << texts[0];
-    EXPECT_EQ(texts[1], "The question was canceled.");
+    EXPECT_EQ(texts[1], "The question was cancelled.");
     texts.clear();
   }
 }
@@ -132,19 +132,19 @@ TEST_F(WorkerTest, CancelsAJobThatIsMoreThanAQuestion) {
   const auto worker = newWorker(loop.post());
   std::mutex mutex;
   std::condition_variable wake;
-  bool isCanceled = false;
+  bool isCancelled = false;
   bool isRunning = false;
   worker->run(
       [&](IZEAAssistant&) {
         std::unique_lock<std::mutex> lock(mutex);
         isRunning = true;
         wake.notify_all();
-        wake.wait(lock, [&] { return isCanceled; });
+        wake.wait(lock, [&] { return isCancelled; });
       },
       [this](const std::string& failure) { texts.push_back("done" + failure); },
       [&] {
         const std::lock_guard<std::mutex> lock(mutex);
-        isCanceled = true;
+        isCancelled = true;
         wake.notify_all();
       });
   {

@@ -67,14 +67,14 @@ class MarkdownReader {
     fence_ = detail.fence_char;
     const std::size_t begin = findFence();
     addText(begin);
-    const std::size_t lineEnd = std::min(text_.find('\n', begin), text_.size());
-    std::string_view info = text_.substr(begin, lineEnd - begin);
+    const std::size_t end = lineEnd(begin);
+    std::string_view info = text_.substr(begin, end - begin);
     info.remove_prefix(std::min(info.find(fence_), info.size()));
     info.remove_prefix(std::min(info.find_first_not_of(fence_), info.size()));
     info.remove_prefix(std::min(info.find_first_not_of(" \t\r"), info.size()));
     code_ = ReplyPart();
     code_.language = info.substr(0, info.find_first_of(" \t\r{"));
-    seen_ = std::min(lineEnd + 1, text_.size());
+    seen_ = nextLine(end);
     isInCode_ = true;
   }
 
@@ -89,13 +89,13 @@ class MarkdownReader {
     // An end of the container ends the code too, then without a fence.
     std::size_t at = seen_;
     while (at < text_.size()) {
-      const std::size_t lineEnd = std::min(text_.find('\n', at), text_.size());
-      const std::string_view line = text_.substr(at, lineEnd - at);
+      const std::size_t end = lineEnd(at);
+      const std::string_view line = text_.substr(at, end - at);
       if (line.find_first_not_of(" \t\r>") != line.npos) {
-        if (isFence(line)) seen_ = std::min(lineEnd + 1, text_.size());
+        if (isFence(line)) seen_ = nextLine(end);
         break;
       }
-      at = lineEnd + 1;
+      at = nextLine(end);
     }
     told_ = seen_;
     if (isBlank(code_.text)) return;
@@ -112,10 +112,11 @@ class MarkdownReader {
       return;  // made by md4c
     }
     const auto at = static_cast<std::size_t>(text - text_.data());
+    const std::size_t before = seen_;
     seen_ = std::max(seen_, std::min(at + size, text_.size()));
-    if (!isInCode_) return;
+    if (!isInCode_ || at < before) return;
     // What a line is indented by beyond its container, md4c tells as spaces of its own.
-    for (; indentation_ > 0 && text > text_.data() && (text[-1] == ' ' || text[-1] == '\t'); --indentation_) {
+    for (; indentation_ > 0 && text > text_.data() + before && (text[-1] == ' ' || text[-1] == '\t'); --indentation_) {
       --text;
       ++size;
     }
@@ -134,18 +135,23 @@ class MarkdownReader {
       seen_ = std::max(seen_,
                        static_cast<std::size_t>(code_.lines.back().data() - text_.data()) + code_.lines.back().size());
     }
-    std::size_t at = seen_;
-    while (at < text_.size() && text_[at] != '\n') ++at;  // the marks of a quotation on a line without text
-    if (at == text_.size()) return;
-    const bool isNext = !code_.lines.empty() &&
-                        code_.lines.back().data() + code_.lines.back().size() == &text_[seen_] &&
-                        (at == seen_ || (at == seen_ + 1 && text_[seen_] == '\r'));
+    const std::size_t end = lineEnd(seen_);  // after the marks of a quotation on a line without text
+    if (end == text_.size()) return;
+    const std::size_t next = nextLine(end);
+    const bool isNext = end == seen_ && !code_.lines.empty() &&
+                        code_.lines.back().data() + code_.lines.back().size() == text_.data() + seen_;
     if (isNext) {
-      extend(at + 1 - seen_);
+      extend(next - end);
     } else {
-      code_.lines.push_back(text_.substr(at, 1));
+      code_.lines.push_back(text_.substr(end, next - end));
     }
-    seen_ = at + 1;
+    seen_ = next;
+  }
+
+  /// Where the line ends that has `at` in it. Markdown takes a lone carriage return for an end, too.
+  std::size_t lineEnd(std::size_t at) const { return std::min(text_.find_first_of("\r\n", at), text_.size()); }
+  std::size_t nextLine(std::size_t end) const {
+    return std::min(end + (text_.substr(end, 2) == "\r\n" ? 2 : 1), text_.size());
   }
 
   void extend(std::size_t size) {
@@ -163,9 +169,9 @@ class MarkdownReader {
   std::size_t findFence() const {
     std::size_t at = seen_;
     while (at < text_.size()) {
-      const std::size_t lineEnd = std::min(text_.find('\n', at), text_.size());
-      if (isFence(text_.substr(at, lineEnd - at))) return at;
-      at = lineEnd + 1;
+      const std::size_t end = lineEnd(at);
+      if (isFence(text_.substr(at, end - at))) return at;
+      at = nextLine(end);
     }
     return text_.size();
   }

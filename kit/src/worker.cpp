@@ -16,7 +16,7 @@ namespace zeakit {
 
 namespace {
 
-constexpr char kCanceled[] = "The question was canceled.";
+constexpr char kCancelled[] = "The question was cancelled.";
 
 struct FreeObject {
   void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
@@ -27,7 +27,7 @@ using Assistant = std::unique_ptr<IZEAAssistant, FreeObject>;
 struct Job {
   std::function<std::function<void()>(IZEAAssistant&)> run;
   std::function<void()> cancelRunning;
-  std::function<void()> callbackWhenCanceled;  // without having run
+  std::function<void()> callbackWhenCancelled;  // without having run
 };
 
 std::string sentenceOf(const std::exception_ptr& thrown) {
@@ -132,7 +132,7 @@ class Worker::Thread {
         // From here on a cancel counts, also one that comes ahead of the call.
         scope_.emplace(pool_);
       }
-      std::function<void()> callback = job.run ? job.run(*assistant_) : std::move(job.callbackWhenCanceled);
+      std::function<void()> callback = job.run ? job.run(*assistant_) : std::move(job.callbackWhenCancelled);
       {
         const std::lock_guard<std::mutex> lock(shared_->mutex);
         const std::lock_guard<std::mutex> running(runningMutex_);
@@ -203,8 +203,8 @@ void Worker::listModels(std::function<void(ModelList)> callback) {
 void Worker::run(std::function<void(IZEAAssistant&)> job, std::function<void(std::string)> callback,
                  std::function<void()> cancelJob) {
   Job added;
-  added.callbackWhenCanceled = [callback] {
-    if (callback) callback(kCanceled);
+  added.callbackWhenCancelled = [callback] {
+    if (callback) callback(kCancelled);
   };
   added.cancelRunning = std::move(cancelJob);
   added.run = [job = std::move(job),

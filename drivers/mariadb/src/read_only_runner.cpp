@@ -141,7 +141,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   StatementResult run(const std::string& sql, const RunLimits& limits) override {
-    isCanceled_ = false;
+    isCancelled_ = false;
     const StatementCheck checked = check(sql);
     if (checked.verdict != Verdict::Reads) return failed(checked.reason);
     const std::string failure = connect();
@@ -158,7 +158,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   void cancel() noexcept override {
-    isCanceled_ = true;
+    isCancelled_ = true;
     std::unique_lock<std::mutex> lock(mutex_);
     if (!isRunning_) return;
     const unsigned long session = session_;
@@ -239,7 +239,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
     const bool isOfStatement = mysql_stmt_errno(statement) != 0;
     const unsigned code = isOfStatement ? mysql_stmt_errno(statement) : mysql_errno(connection_.get());
     const char* const reason = isOfStatement ? mysql_stmt_error(statement) : mysql_error(connection_.get());
-    if (isCanceled_) return "The statement was canceled.";
+    if (isCancelled_) return "The statement was cancelled.";
     if (std::find(std::begin(kTimedOut), std::end(kTimedOut), code) != std::end(kTimedOut)) {
       return "The statement took longer than it may.";
     }
@@ -295,7 +295,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   const Address address_;
   Connection connection_;
   bool isMariaDb_ = true;
-  std::atomic<bool> isCanceled_ = false;
+  std::atomic<bool> isCancelled_ = false;
   std::mutex mutex_;  // what `cancel` looks at
   bool isRunning_ = false;
   std::condition_variable ended_;

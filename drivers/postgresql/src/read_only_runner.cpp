@@ -92,7 +92,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   StatementResult run(const std::string& sql, const RunLimits& limits) override {
-    isCanceled_ = false;
+    isCancelled_ = false;
     nextAsk_ = Clock::time_point();
     const StatementCheck checked = check(sql);
     if (checked.verdict != Verdict::Reads) return failed(checked.reason);
@@ -119,7 +119,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
     return result;
   }
 
-  void cancel() noexcept override { isCanceled_ = true; }
+  void cancel() noexcept override { isCancelled_ = true; }
 
  private:
   static StatementResult failed(const std::string& reason) {
@@ -158,7 +158,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
       const ExecStatusType status = PQresultStatus(part.get());
       if (result.columns.empty()) describe(part.get(), result);
       if (status == PGRES_FATAL_ERROR && !result.isCut && result.error.empty()) {
-        result.error = isCanceled_ ? "The statement was canceled." : sentenceOf("The statement failed", part.get());
+        result.error = isCancelled_ ? "The statement was cancelled." : sentenceOf("The statement failed", part.get());
       }
       if (status != PGRES_SINGLE_TUPLE || result.isCut) continue;
       std::vector<ResultCell> row = rowOf(part.get());
@@ -182,7 +182,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   bool waitForAnswer(Clock::time_point deadline, StatementResult& result) {
     while (PQisBusy(connection_.get()) != 0) {
       // Again and again: a server that has not begun with the statement doesn't hear it.
-      if ((isCanceled_ || result.isCut) && Clock::now() >= nextAsk_) askToEnd();
+      if ((isCancelled_ || result.isCut) && Clock::now() >= nextAsk_) askToEnd();
       if (Clock::now() >= deadline) {
         if (result.error.empty()) result.error = "The statement took longer than it may.";
         return false;
@@ -261,7 +261,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   const std::string address_;
   const RunnerOptions options_;
   Connection connection_;
-  std::atomic<bool> isCanceled_ = false;
+  std::atomic<bool> isCancelled_ = false;
   Clock::time_point nextAsk_;               // for the end of the statement
   std::vector<std::pair<Oid, int>> types_;  // of the result's columns
   std::map<std::pair<Oid, int>, std::string> typeNames_;

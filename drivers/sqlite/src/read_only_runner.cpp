@@ -114,7 +114,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   StatementResult run(const std::string& sql, const RunLimits& limits) override {
     const std::string failure = connect();
     if (!failure.empty()) return failed(failure);
-    isCanceled_ = false;
+    isCancelled_ = false;
     deadline_ = Clock::now() + limits.time;
     memoryBefore_ = sqlite3_memory_used();
     ending_ = nullptr;
@@ -125,7 +125,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   void cancel() noexcept override {
-    isCanceled_ = true;
+    isCancelled_ = true;
     const std::lock_guard<std::mutex> lock(mutex_);
     if (connection() != nullptr) sqlite3_interrupt(connection());
   }
@@ -179,8 +179,8 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   bool hasToEnd() {
-    if (isCanceled_) {
-      ending_ = "The statement was canceled.";
+    if (isCancelled_) {
+      ending_ = "The statement was cancelled.";
     } else if (Clock::now() >= deadline_) {
       ending_ = "The statement took longer than it may.";
     } else if (sqlite3_memory_used() - memoryBefore_ > kMostMemory) {
@@ -243,7 +243,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
     if (code == SQLITE_TOOBIG) {
       result.error = "A value or a row is larger than 1 MiB.";
     } else if (code != SQLITE_DONE) {
-      if (isCanceled_) ending_ = "The statement was canceled.";
+      if (isCancelled_) ending_ = "The statement was cancelled.";
       result.error = ending_ != nullptr ? ending_ : refusal_ != nullptr ? refusal_ : sqlite3_errmsg(connection());
     }
     return result;
@@ -269,7 +269,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   struct stat status_ {};  // of the file ahead of its opening
   bool isSnapshot_ = false;
   const char* refusal_ = nullptr;  // of the statement that is prepared
-  std::atomic<bool> isCanceled_ = false;
+  std::atomic<bool> isCancelled_ = false;
   Clock::time_point deadline_ = Clock::time_point::max();
   sqlite3_int64 memoryBefore_ = 0;
   const char* ending_ = nullptr;

@@ -75,12 +75,12 @@ class ZEAKIT_API Worker {
   /// As `IZEAAssistant::obtainAvailableModels`.
   void listModels(std::function<void(ModelList)> callback);
   /// Runs anything else on the worker's thread, changes of properties among them; `callback` gets a sentence when the
-  /// job threw or was canceled before it ran. `cancelJob`, where the job is more than questions to the assistant, is
+  /// job threw or was cancelled before it ran. `cancelJob`, where the job is more than questions to the assistant, is
   /// called by `cancel` while the job runs.
   void run(std::function<void(IZEAAssistant&)> job, std::function<void(std::string failure)> callback,
            std::function<void()> cancelJob = nullptr);
 
-  /// Ends all jobs, running and waiting; their callbacks tell that they were canceled. Any thread.
+  /// Ends all jobs, running and waiting; their callbacks tell that they were cancelled. Any thread.
   void cancel();
   /// Any thread.
   [[nodiscard]] WorkerState state() const;
