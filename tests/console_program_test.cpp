@@ -1,10 +1,16 @@
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <qx/qx.h>
+#include <signal.h>
 #include <sqlite3.h>
 #include <standin/zea_standin.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <thread>
+#include <utility>
 
 #include "support/child_process.h"
 
@@ -122,6 +128,167 @@ TEST_F(ConsoleProgram, SendsTheFirstTurnWithTheSecondQuestion) {
       << body;
 }
 
+std::string openAiAnswer(const std::string& text) {
+  COJson body;
+  COJsonValue* const message = body.addKeyValue("choices")->addArrayItem()->addKeyValue("message");
+  message->addKeyValue("role")->setStringValue("assistant");
+  message->addKeyValue("content")->setStringValue(text);
+  return body.obtainJsonString();
+}
+
+TEST_F(ConsoleProgram, RunsTheStatementsOfAnswersThatOnlyRead) {
+  createDatabase("small.db",
+                 "CREATE TABLE notes (id INTEGER PRIMARY KEY, text TEXT); INSERT INTO notes VALUES"
+                 "(1, 'Grüße'), (22, NULL), (3, x'0001')");
+  const std::string reading = openAiAnswer("All:\n```sql\nSELECT id, text FROM notes ORDER BY text\n```");
+  const std::string writing = openAiAnswer("```sql\nDELETE FROM notes\n```");
+
+  enqueue(200, reading);
+  const ChildResult shown = talk({"ask", "q", "--sql"});
+  EXPECT_EQ(shown.exitCode, 0) << shown.error;
+  EXPECT_EQ(shown.output, "SELECT id, text FROM notes ORDER BY text\n");
+
+  enqueue(200, reading);
+  const ChildResult asked = talk({"ask", "q", "--run"});
+  EXPECT_EQ(asked.exitCode, 0) << asked.error;
+  EXPECT_EQ(asked.output, "id | text\n-- | ---------\n22 | NULL\n1  | Grüße\n3  | (2 bytes)\n");
+
+  enqueue(200, writing);
+  enqueue(200, writing);
+  const ChildResult refused = talk({"ask", "q", "--run"});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.error, "It changes rows.\n");
+
+  enqueue(200, reading);
+  const ChildResult chat = talk({"chat"}, "/run\none\n/run\n/new\n/run\ntwo\nquit\nthree\n");
+  EXPECT_EQ(chat.error,
+            "The last answer has no statement.\nA new conversation begins.\nThe last answer has no statement.\n");
+  EXPECT_NE(chat.output.find("22 | NULL"), std::string::npos) << chat.output;
+  EXPECT_NE(chat.output.find("no earlier turns"), std::string::npos) << chat.output;
+}
+
+// A blank answer was a success, and some providers refused every question after it.
+TEST_F(ConsoleProgram, TellsThatAnAnswerIsBlankAndForgetsTheQuestion) {
+  enqueue(200, openAiAnswer(" \n"));
+  const ChildResult chat = talk({"chat"}, "one\ntwo\n");
+  enqueue(200, openAiAnswer(""));
+  const ChildResult asked = talk({"ask", "q"});
+
+  EXPECT_NE(chat.error.find("The model answered with nothing"), std::string::npos);
+  EXPECT_NE(chat.output.find("no earlier turns"), std::string::npos) << chat.output;
+  EXPECT_EQ(asked.exitCode, 4);
+}
+
+/// The program at a terminal of its own.
+class Terminal {
+ public:
+  explicit Terminal(std::vector<std::string> command) {
+    std::vector<char*> arguments;
+    for (std::string& argument : command) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    child_ = forkpty(&screen_, nullptr, nullptr, nullptr);
+    if (child_ == 0) {
+      ::setenv("TERM", "dumb", 1);
+      ::setenv("INPUTRC", "/dev/null", 1);
+      ::execv(arguments[0], arguments.data());
+      ::_exit(127);
+    }
+  }
+  ~Terminal() {
+    if (child_ > 0) {
+      ::kill(child_, SIGKILL);
+      ::waitpid(child_, nullptr, 0);
+    }
+    ::close(screen_);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  void type(const std::string& keys) const {
+    EXPECT_EQ(::write(screen_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  }
+  /// What the screen shows until the text is there, or the program has ended.
+  std::string readUntil(const std::string& text) {
+    std::string shown;
+    while (shown.find(text) == std::string::npos) {
+      char part[1024];
+      const ssize_t count = ::read(screen_, part, sizeof(part));
+      if (count <= 0) break;
+      shown.append(part, static_cast<std::size_t>(count));
+    }
+    all_ += shown;
+    return shown;
+  }
+  int waitForEnd() {
+    readUntil("no such text");
+    int status = 0;
+    ::waitpid(std::exchange(child_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  const std::string& all() const { return all_; }
+
+ private:
+  int screen_ = -1;
+  pid_t child_ = -1;
+  std::string all_;
+};
+
+// Ctrl-C ended the program, and with it the conversation.
+TEST_F(ConsoleProgram, ClearsTheLineAndEndsQuestionsWithControlC) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
+  enqueue(200, openAiAnswer("First."));
+  standin::Reply slow{200, "{}"};
+  slow.delay = std::chrono::minutes(10);
+  standin_.enqueue(slow);
+  enqueue(200, openAiAnswer("Third."));
+  Terminal terminal({ZEA_PROGRAM, "chat", "--db", path("small.db"), "--provider", "openai", "--host", url_,
+                     "--key-file", path("key"), "--model", "m"});
+
+  terminal.readUntil("zea> ");
+  terminal.type("one\n");
+  EXPECT_NE(terminal.readUntil("zea> ").find("First."), std::string::npos);
+  terminal.type("half a line\x03");
+  terminal.readUntil("zea> ");
+  terminal.type("two\n");
+  while (standin_.requests().size() < 2) std::this_thread::yield();
+  terminal.type("\x03");
+  EXPECT_NE(terminal.readUntil("zea> ").find("The request was cancelled."), std::string::npos);
+  terminal.type("three\n");
+  EXPECT_NE(terminal.readUntil("zea> ").find("Third."), std::string::npos);
+  terminal.type("\x04");
+
+  EXPECT_EQ(terminal.waitForEnd(), 0) << terminal.all();
+  ASSERT_EQ(standin_.requests().size(), 3U);
+  const std::string body = standin_.requests()[2].body;
+  EXPECT_NE(body.find(R"("one"},{"role":"assistant","content":"First."},{"role":"user","content":"three"}])"),
+            std::string::npos)
+      << body;
+}
+
+// The shell showed the key that was typed after Ctrl-Z and "fg".
+TEST_F(ConsoleProgram, ShowsNoKeyAfterControlZ) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
+  Terminal terminal({"/bin/sh", "-mic",
+                     "'" ZEA_PROGRAM "' ask q --db '" + path("small.db") + "' --provider openai --host " + url_ +
+                         " --model m; echo stopped; fg; echo ended"});
+
+  terminal.readUntil("Key for OPENAI: ");
+  terminal.type("\x1Asecret-key\n");
+  terminal.readUntil("stopped");
+  terminal.readUntil("ended");
+
+  EXPECT_EQ(terminal.all().find("secret-key"), std::string::npos) << terminal.all();
+  ASSERT_EQ(standin_.requests().size(), 1U) << terminal.all();
+  EXPECT_EQ(standin_.requests()[0].header("Authorization"), "Bearer secret-key");
+}
+
+TEST_F(ConsoleProgram, MasksAKeyThatTheProviderRepeats) {
+  enqueue(401, R"({"error":{"message":"Bad key sk-secret."}})");
+  const ChildResult asked = talk({"ask", "q"});
+  EXPECT_EQ(asked.exitCode, 1);
+  EXPECT_EQ(asked.error.find("sk-secret"), std::string::npos) << asked.error;
+}
+
 TEST_F(ConsoleProgram, GoesOnWithAConversationAfterAFailedQuestion) {
   enqueue(500, R"({"error":{"message":"Try later."}})");
 
@@ -181,6 +348,7 @@ TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
   };
   std::string known = "Known are";
   for (const auto& row : cases) {
+    const std::size_t asks = standin_.requests().size();
     known += std::string(&row == cases ? " " : ", ") + row.provider;
     const ChildResult asked = run({"ask", "--db", path("small.db"), "--provider", row.provider, "--host", url_,
                                    "--model", "m", "--temperature", "0.5", "Notes?"},
@@ -189,6 +357,8 @@ TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
 
     EXPECT_EQ(asked.exitCode, 0) << row.provider << ": " << asked.error;
     EXPECT_NE(asked.output.find("SELECT notes.id"), std::string::npos) << row.provider << ": " << asked.output;
+    const bool hasLimit = standin_.requests()[asks].body.find(R"("max_tokens":8192)") != std::string::npos;
+    EXPECT_EQ(hasLimit, std::string(row.provider) == "anthropic");
     EXPECT_EQ(listed.exitCode, 0) << row.provider << ": " << listed.error;
     EXPECT_EQ(listed.output, row.models) << row.provider;
     EXPECT_EQ(listed.error.empty(), *row.models != '\0') << row.provider << ": " << listed.error;
@@ -244,6 +414,9 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
       {{"ask", "--db", good, "q", "--colour"}, "There is no option --colour here."},
       {{"ask", "--db", good, "q", "--temperature", "warm"}, "--temperature"},
       {{"ask", "--db", good, "q", "--temperature", "nan"}, "no number"},
+      {{"ask", "--db", good, "q", "--host", "", "--provider", "x"}, "--host: the value is empty"},
+      {{"ask", "--db", good, "q", "--provider", ""}, "--provider: the value is empty"},
+      {{"ask", "--db", good, "q", "--sql", "--run"}, "--sql excludes --run"},
       {{"ask", "--db", good, "q", "--host", "h"}, "--host needs a --provider."},
       {{"ask", "--db", good, "q", "--max-tokens", "9"}, "--max-tokens is for --provider anthropic only."},
       {{"ask", "--db", good, "q", "--max-tokens", "9", "--provider", "x"}, "--max-tokens is for"},

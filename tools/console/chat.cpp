@@ -2,10 +2,15 @@
 
 #include <unistd.h>
 
+#include <zeakit/reply_parts.h>
+
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "console/console_output.h"
 #include "console/line_reader.h"
+#include "console/row_table.h"
 
 namespace console {
 
@@ -16,18 +21,28 @@ constexpr const char* kHelp =
     "  /provider                      show the provider\n"
     "  /provider NAME [MODEL [HOST]]  go on with this conversation at another provider\n"
     "  /model [NAME]                  show the model, or ask another one from now on\n"
+    "  /run                           run the statement of the last answer, if it only reads, and show its rows\n"
+    "  /new                           forget the conversation and begin another\n"
     "  /prompt                        show what the model is told ahead of the questions\n"
     "  /help                          show this\n"
-    "  /quit, /exit                   end; so does the end of input";
+    "  /quit, /exit                   end; so does the end of input, at a terminal Ctrl-D\n"
+    "Ctrl-C ends a question or clears the line. Of long conversations the latest turns are sent, up to about 32,000\n"
+    "tokens.";
+
+/// As other programs at a terminal are left.
+bool isFarewell(const std::string& line) {
+  static constexpr const char* kWords[] = {"/quit", "/exit", "quit", "exit", "\\q", ".quit", ".exit"};
+  return std::find(std::begin(kWords), std::end(kWords), line) != std::end(kWords);
+}
 
 class Chat {
  public:
-  explicit Chat(Session& session) : session_(session) {}
+  Chat(Session& session, zeakit::IReadOnlyRunner& runner) : session_(session), runner_(runner) {}
 
   ExitCode run() {
     while (auto line = reader_.readLine()) {
       const std::string text = qxTrimAsString(*line);
-      if (text == "/quit" || text == "/exit") break;
+      if (isFarewell(text)) break;
       if (text.empty()) continue;
       text.starts_with('/') ? obey(text) : answer(*line);
     }
@@ -37,7 +52,9 @@ class Chat {
  private:
   void answer(const std::string& question) {
     try {
-      printAnswer(session_.ask(question));
+      const std::string reply = session_.ask(question);
+      statement_ = zeakit::firstStatement(reply);
+      printAnswer(reply);
       lastCode_ = ExitCode::Success;
     } catch (const Failure& failure) {
       printNote(failure.what());
@@ -56,6 +73,12 @@ class Chat {
       printNote("The provider is " + session_.obtainProvider() + ".");
     } else if (word == "/provider") {
       changeProvider(rest);
+    } else if (line == "/run") {
+      runStatement();
+    } else if (line == "/new") {
+      session_.startAnew();
+      statement_.clear();
+      printNote("A new conversation begins.");
     } else if (line == "/prompt") {
       printText(session_.obtainPrompt());
     } else if (line == "/help") {
@@ -63,6 +86,14 @@ class Chat {
     } else {
       printNote("There is no command " + word + "; /help lists them.");
     }
+  }
+
+  void runStatement() {
+    if (statement_.empty()) return printNote("The last answer has no statement.");
+    const auto result = runner_.run(statement_);
+    if (!result.columns.empty()) printText(writeTable(result));
+    if (result.isCut) printNote("There are more rows.");
+    if (!result.error.empty()) printNote(result.error);
   }
 
   void changeProvider(const std::string& arguments) {
@@ -82,14 +113,16 @@ class Chat {
   }
 
   Session& session_;
+  zeakit::IReadOnlyRunner& runner_;
+  std::string statement_;  // of the last answer
   LineReader reader_;
   ExitCode lastCode_ = ExitCode::Success;
 };
 
 }  // namespace
 
-ExitCode runChat(Session& session) {
-  const ExitCode lastCode = Chat(session).run();
+ExitCode runChat(Session& session, zeakit::IReadOnlyRunner& runner) {
+  const ExitCode lastCode = Chat(session, runner).run();
   return ::isatty(STDIN_FILENO) == 1 ? ExitCode::Success : lastCode;
 }
 

@@ -1,7 +1,9 @@
 // A conversation, line by line.
 #pragma once
 
+#include <zeakit/read_only_runner.h>
 #include "console/failure.h"
+
 #include "console/session.h"
 
 namespace console {
@@ -9,6 +11,6 @@ namespace console {
 /// Answers the lines of standard input until they end or one of them is "/quit". A question that fails is told on
 /// standard error and the conversation goes on. Gives `Success` when standard input is a terminal, where the user has
 /// seen what failed; otherwise the code of the last question.
-ExitCode runChat(Session& session);
+ExitCode runChat(Session& session, zeakit::IReadOnlyRunner& runner);
 
 }  // namespace console

@@ -1,8 +1,11 @@
 #include "console/connection.h"
 
+#include <zeakit/ask_for_statement.h>
+
 #include <stdexcept>
 #include <utility>
 
+#include "console/interrupt.h"
 #include "console/utf8.h"
 
 namespace console {
@@ -16,7 +19,7 @@ constexpr std::int32_t kFirstStatus = 100;
 
 Connection::Connection(const Provider& provider, const std::string& key, const std::string& host,
                        IZEAAssistantMemory* memory)
-    : provider_(provider) {
+    : provider_(provider), key_(key) {
   std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter(calls_));
   assistant_.reset(ZEACreateAssistant(provider.type, pool.get(), key, host, memory));
   if (!assistant_) throw std::logic_error("The library does not know the provider.");
@@ -45,19 +48,32 @@ std::vector<std::string> Connection::listModels() {
 }
 
 std::string Connection::ask(const std::string& question) {
+  const CancelOnInterrupt interrupt(calls_);
   const auto [reply, failure] = assistant_->addMessage(repairUtf8(question));
   const Owned<IZEAMessage> message(reply);
   if (!message) throw fail(failure);
   std::string text;
   for (const IZEAMessageSection* section : message->obtainSections()) text += section->obtainSectionText();
+  if (qxTrimAsString(text).empty()) {
+    throw Failure(ExitCode::Blank,
+                  "The model answered with nothing: it may have refused, or have had no room left for an answer. The "
+                  "question is not kept.");
+  }
   return text;
+}
+
+std::string Connection::askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {
+  const CancelOnInterrupt interrupt(calls_);
+  const auto asked = zeakit::askForStatement(*assistant_, runner, repairUtf8(question));
+  if (!asked.error.empty()) throw fail(asked.error);
+  return asked.statement;
 }
 
 Failure Connection::fail(const std::string& sentence) const {
   const std::int32_t code = calls_->obtainLastCode();
   const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
   return {isTransport ? ExitCode::Transport : ExitCode::Refused,
-          sentence.empty() ? "The provider gave no reason." : sentence};
+          sentence.empty() ? "The provider gave no reason." : qxMaskSecret(sentence, key_)};
 }
 
 }  // namespace console

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <zea/zea.h>
+#include <zeakit/read_only_runner.h>
 
 #include <memory>
 #include <string>
@@ -22,25 +23,26 @@ using Owned = std::unique_ptr<Object, FreeObject>;
 /// `Failure` with the library's sentence and the exit code that belongs to it.
 class Connection {
  public:
-  /// `host`: empty for the provider's own. `memory`: borrowed for the life of the connection; null: one of its own.
+  /// `host`: empty for the provider's own. `memory`: borrowed for the life of the connection.
   Connection(const Provider& provider, const std::string& key, const std::string& host, IZEAAssistantMemory* memory);
 
   const Provider& provider() const { return provider_; }
-
-  /// Hands the memory over. The connection goes on using it, so the caller keeps it as long.
-  Owned<IZEAAssistantMemory> releaseMemory() { return Owned<IZEAAssistantMemory>(assistant_->releaseMemory()); }
 
   void set(const std::string& key, const CMVariant& value);
   void setText(const std::string& key, const std::string& text);
   std::string obtainText(const std::string& key) const;
 
   std::vector<std::string> listModels();
+  /// The answer, which is not blank. Ctrl-C ends the question.
   std::string ask(const std::string& question);
+  /// A statement that the runner can run, after one correction at most. Ctrl-C ends the question.
+  std::string askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner);
 
  private:
   Failure fail(const std::string& sentence) const;
 
   Provider provider_;
+  std::string key_;                                                             // masked in what the provider says
   std::shared_ptr<QXCancelSource> calls_ = std::make_shared<QXCancelSource>();  // knows how the last one ended
   Owned<IZEAAssistant> assistant_;
 };

@@ -22,8 +22,14 @@ std::string writeFooter() {
          listKeyVariables() +
          "Answers go to standard output, everything else to standard error.\n\n"
          "Exit codes: 0 answered; 1 the provider refused or its answer could not be used; 2 the command line, or what\n"
-         "it names, cannot be used; 3 the provider could not be reached. A chat ends with 0 at a terminal; otherwise\n"
+         "it names, cannot be used; 3 the provider could not be reached; 4 the model answered with nothing. A chat "
+         "ends with 0 at a terminal; otherwise\n"
          "with the code of its last question.";
+}
+
+/// An empty value is a variable that was not set more often than a wish: a key would go to a host that nobody meant.
+CLI::Validator isGiven() {
+  return {[](std::string& value) { return std::string(value.empty() ? "the value is empty" : ""); }, "", "given"};
 }
 
 class OptionsReader {
@@ -64,11 +70,12 @@ class OptionsReader {
   CLI::App* addDatabaseCommand(Command command, const char* name, const char* description) {
     CLI::App* added = addCommand(command, name, description);
     added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+        ->check(isGiven())
         ->required()
         ->type_name("FILE");
     addProviderOptions(*added);
     addInstructions(*added);
-    added->add_option("--model", options_.model, "The model to ask")->type_name("NAME");
+    added->add_option("--model", options_.model, "The model to ask")->check(isGiven())->type_name("NAME");
     added->add_option("--temperature", options_.temperature, "Sampling temperature, such as 0.2")->type_name("NUMBER");
     added->add_option("--max-tokens", options_.maxTokens, "The longest reply, in tokens; for anthropic only")
         ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()))
@@ -77,9 +84,14 @@ class OptionsReader {
   }
 
   void addProviderOptions(CLI::App& command) {
-    command.add_option("--provider", options_.provider, "One of " + listProviders())->type_name("NAME");
-    command.add_option("--host", options_.host, "A host or base URL instead of the provider's own")->type_name("HOST");
+    command.add_option("--provider", options_.provider, "One of " + listProviders())
+        ->check(isGiven())
+        ->type_name("NAME");
+    command.add_option("--host", options_.host, "A host or base URL instead of the provider's own")
+        ->check(isGiven())
+        ->type_name("HOST");
     command.add_option("--key-file", options_.keyFile, "A file whose first line is the provider's key")
+        ->check(isGiven())
         ->type_name("FILE");
   }
 
@@ -89,14 +101,17 @@ class OptionsReader {
   }
 
   void addAsk() {
-    addDatabaseCommand(Command::Ask, "ask", "Ask one question about a database")
-        ->add_option("question", options_.question, "The question, in quotes")
-        ->required();
+    CLI::App* added = addDatabaseCommand(Command::Ask, "ask", "Ask one question about a database");
+    added->add_option("question", options_.question, "The question, in quotes")->required();
+    CLI::Option* sql = added->add_flag("--sql", options_.showsStatement, "Print the statement alone; it is not run");
+    added->add_flag("--run", options_.runsStatement, "Run the statement, if it only reads, and print its rows")
+        ->excludes(sql);
   }
 
   void addPrompt() {
     CLI::App* added = addCommand(Command::Prompt, "prompt", "Print what the model is told ahead of the questions");
     added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+        ->check(isGiven())
         ->required()
         ->type_name("FILE");
     addInstructions(*added);

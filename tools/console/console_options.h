@@ -20,6 +20,8 @@ struct ConsoleOptions {
   std::string host;
   std::string keyFile;
   std::string instructions;
+  bool showsStatement = false;  // Ask: the statement alone
+  bool runsStatement = false;   // Ask: its rows
   std::optional<double> temperature;
   std::optional<std::int32_t> maxTokens;
 };

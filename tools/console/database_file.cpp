@@ -1,6 +1,7 @@
 #include "console/database_file.h"
 
 #include <zeakit/structure_index.h>
+#include <zeasqlite/read_only_runner.h>
 #include <zeasqlite/read_structure.h>
 
 #include <utility>
@@ -18,6 +19,12 @@ zeakit::BuiltStructure readDatabaseFile(const std::string& file) {
     throw Failure(ExitCode::Usage, file + " has no tables or views to talk about.");
   }
   return std::move(result.structure);
+}
+
+std::unique_ptr<zeakit::IReadOnlyRunner> openRunner(const std::string& file) {
+  zeakit::OpenedRunner opened = zeasqlite::openReadOnlyRunner(file);
+  if (!opened.error.empty()) throw Failure(ExitCode::Usage, opened.error);
+  return std::move(opened.runner);
 }
 
 }  // namespace console

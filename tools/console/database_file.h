@@ -1,8 +1,10 @@
 // The database that a conversation is about.
 #pragma once
 
+#include <zeakit/read_only_runner.h>
 #include <zeakit/structure_builder.h>
 
+#include <memory>
 #include <string>
 
 namespace console {
@@ -10,5 +12,8 @@ namespace console {
 /// Reads the structure of an SQLite file, and prints what had to be left out. Nothing is written, to the file or beside
 /// it. Throws `Failure` when it can't be read or has no tables.
 zeakit::BuiltStructure readDatabaseFile(const std::string& file);
+
+/// What runs statements over the file. Throws `Failure` when it can't be opened.
+std::unique_ptr<zeakit::IReadOnlyRunner> openRunner(const std::string& file);
 
 }  // namespace console

@@ -12,6 +12,7 @@ enum class ExitCode : int {
   Refused = 1,    // the provider refused, or its answer could not be used
   Usage = 2,      // the command line, or what it names, cannot be used
   Transport = 3,  // the provider could not be reached, or the connection broke
+  Blank = 4,      // the model answered with nothing
 };
 
 /// What ends a command, or in a chat one question: a sentence for the user and the exit code that belongs to it.

@@ -23,8 +23,10 @@ class HeldSignals {
     sigset_t signals;
     static_cast<void>(sigemptyset(&signals));  // none of these fails for signals that exist
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) static_cast<void>(sigaddset(&signals, signal));
-    static_cast<void>(sigprocmask(SIG_BLOCK, &signals, &before_));
     descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC);
+    // A shell that takes the terminal over shows what is typed, and it stays so after "fg".
+    static_cast<void>(sigaddset(&signals, SIGTSTP));
+    static_cast<void>(sigprocmask(SIG_BLOCK, &signals, &before_));
   }
   ~HeldSignals() {
     if (descriptor_ >= 0) ::close(descriptor_);

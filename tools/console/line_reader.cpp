@@ -1,5 +1,7 @@
 #include "console/line_reader.h"
 
+#include <setjmp.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -21,6 +23,18 @@ struct FreeLine {
 
 }  // namespace
 
+namespace {
+
+sigjmp_buf prompt;
+volatile sig_atomic_t isAtPrompt = 0;
+
+// readline has put the terminal in order and raises the signal again where it is safe to leave.
+void leaveLine(int) {
+  if (isAtPrompt != 0) siglongjmp(prompt, 1);
+}
+
+}  // namespace
+
 LineReader::LineReader() : isInteractive_(::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1) {
   if (isInteractive_) rl_outstream = stderr;
 }
@@ -31,7 +45,19 @@ std::optional<std::string> LineReader::readLine() {
     if (!std::getline(std::cin, line)) return std::nullopt;
     return line;
   }
+  struct sigaction action {};
+  action.sa_handler = leaveLine;
+  struct sigaction former {};
+  static_cast<void>(sigaction(SIGINT, &action, &former));
+  if (sigsetjmp(prompt, 1) != 0) {
+    isAtPrompt = 0;
+    rl_free_line_state();
+    static_cast<void>(std::fputs("\n", rl_outstream));
+  }
+  isAtPrompt = 1;
   const std::unique_ptr<char, FreeLine> line(::readline("zea> "));
+  isAtPrompt = 0;
+  static_cast<void>(sigaction(SIGINT, &former, nullptr));
   if (!line) return std::nullopt;
   if (*line != '\0') add_history(line.get());
   return std::string(line.get());

@@ -7,6 +7,7 @@
 #include "console/database_file.h"
 #include "console/failure.h"
 #include "console/provider.h"
+#include "console/row_table.h"
 #include "console/sample_database.h"
 #include "console/session.h"
 
@@ -14,14 +15,31 @@ namespace {
 
 using namespace console;
 
+ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
+  const auto runner = openRunner(options.databaseFile);
+  const std::string statement = session.askForStatement(options.question, *runner);
+  if (options.showsStatement) {
+    printAnswer(statement);
+    return ExitCode::Success;
+  }
+  printNote(statement);
+  const auto result = runner->run(statement);
+  if (!result.columns.empty()) printText(writeTable(result));
+  if (result.isCut) printNote("There are more rows.");
+  if (!result.error.empty()) throw Failure(ExitCode::Refused, result.error);
+  return ExitCode::Success;
+}
+
 ExitCode talk(const ConsoleOptions& options) {
   // The file first: it is looked at without a key, without the network and without a prompt for either.
   const auto structure = readDatabaseFile(options.databaseFile);
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
   session->describeDatabase(structure);
-  if (options.command == Command::Chat) return runChat(*session);
+  if (options.command == Command::Chat) return runChat(*session, *openRunner(options.databaseFile));
   if (options.command == Command::Prompt) {
     printText(session->obtainPrompt());
+  } else if (options.showsStatement || options.runsStatement) {
+    return answerWithStatement(*session, options);
   } else {
     printAnswer(session->ask(options.question));
   }

@@ -10,6 +10,11 @@ namespace {
 
 constexpr const char* kStandinModel = "standin-large";
 constexpr const char* kStandinKey = "stand-in";
+// Of earlier turns: what the smallest windows in use have room for beside a structure.
+constexpr std::size_t kTokensOfTurns = 32'000;
+// The largest reply that every model of ANTHROPIC since Claude 3.5 allows. Models that think count that as reply, too,
+// and the library's own default cuts their statements.
+constexpr std::int32_t kMaxTokens = 8192;
 
 // The stand-in is spoken to as OPENAI is.
 Provider describeStandin() {
@@ -27,31 +32,35 @@ void requireModel(const Provider& provider, const std::string& model, const std:
 }  // namespace
 
 std::unique_ptr<Session> Session::connect(const ConsoleOptions& options) {
+  std::unique_ptr<Session> session(new Session(options));
   if (!options.provider.empty()) {
     const Provider provider = findProvider(options.provider);
     if (options.command != Command::Models) requireModel(provider, options.model, "--model");
     const std::string key = options.keyFile.empty() ? obtainKey(provider) : readKeyFile(options.keyFile);
-    auto connection = std::make_unique<Connection>(provider, key, options.host, nullptr);
-    return std::unique_ptr<Session>(new Session(options, std::move(connection)));
+    session->connectTo(provider, key, options.host, options.model);
+    return session;
   }
-  auto standin = std::make_unique<standin::Server>();
+  session->standin_ = std::make_unique<standin::Server>();
   printNote("No provider is named: a stand-in on this machine answers, no model. See --provider.");
-  auto connection = std::make_unique<Connection>(describeStandin(), kStandinKey, standin->url(), nullptr);
-  std::unique_ptr<Session> session(new Session(options, std::move(connection)));
-  session->standin_ = std::move(standin);
-  if (options.model.empty()) session->setModel(kStandinModel);
+  session->connectTo(describeStandin(), kStandinKey, session->standin_->url(),
+                     options.model.empty() ? kStandinModel : options.model);
   return session;
 }
 
 std::unique_ptr<Session> Session::createOffline(const ConsoleOptions& options) {
-  auto connection = std::make_unique<Connection>(describeStandin(), std::string(), std::string(), nullptr);
-  return std::unique_ptr<Session>(new Session(options, std::move(connection)));
+  std::unique_ptr<Session> session(new Session(options));
+  session->connectTo(describeStandin(), std::string(), std::string(), options.model);
+  return session;
 }
 
-Session::Session(const ConsoleOptions& options, std::unique_ptr<Connection> connection)
-    : options_(options), memory_(connection->releaseMemory()), connection_(std::move(connection)) {
-  configure(*connection_);
-  if (!options.model.empty()) setModel(options.model);
+Session::Session(const ConsoleOptions& options) : options_(options), window_(memory_, {0, kTokensOfTurns, true}) {}
+
+void Session::connectTo(const Provider& provider, const std::string& key, const std::string& host,
+                        const std::string& model) {
+  auto next = std::make_unique<Connection>(provider, key, host, &window_);
+  configure(*next);
+  if (!model.empty()) next->setText("model", model);
+  connection_ = std::move(next);
 }
 
 void Session::configure(Connection& connection) const {
@@ -61,7 +70,7 @@ void Session::configure(Connection& connection) const {
     connection.set("temperature", *options_.temperature);
     connection.set("use_temperature", 1);
   }
-  if (options_.maxTokens && connection.provider().takesMaxTokens) connection.set("max_tokens", *options_.maxTokens);
+  if (connection.provider().takesMaxTokens) connection.set("max_tokens", options_.maxTokens.value_or(kMaxTokens));
 }
 
 void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
@@ -74,10 +83,7 @@ void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
 void Session::changeProvider(const std::string& name, const std::string& model, const std::string& host) {
   const Provider provider = findProvider(name);
   requireModel(provider, model, "/provider " + std::string(provider.option) + " MODEL");
-  auto next = std::make_unique<Connection>(provider, obtainKey(provider), host, memory_.get());
-  configure(*next);
-  if (!model.empty()) next->setText("model", model);
-  connection_ = std::move(next);
+  connectTo(provider, obtainKey(provider), host, model);
 }
 
 std::string Session::obtainProvider() const {

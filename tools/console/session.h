@@ -3,11 +3,13 @@
 
 #include <standin/zea_standin.h>
 #include <zeakit/structure_builder.h>
+#include <zeakit/window_memory.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "console/chat_memory.h"
 #include "console/connection.h"
 #include "console/console_options.h"
 
@@ -40,12 +42,19 @@ class Session {
   /// The whole system prompt, exactly as it is sent.
   std::string obtainPrompt() const { return connection_->obtainText("combined_instructions"); }
 
+  /// Forgets the turns.
+  void startAnew() { memory_.forgetTurns(); }
+
   std::vector<std::string> listModels() { return connection_->listModels(); }
   std::string ask(const std::string& question) { return connection_->ask(question); }
+  std::string askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {
+    return connection_->askForStatement(question, runner);
+  }
 
  private:
-  Session(const ConsoleOptions& options, std::unique_ptr<Connection> connection);
+  explicit Session(const ConsoleOptions& options);
 
+  void connectTo(const Provider& provider, const std::string& key, const std::string& host, const std::string& model);
   // Gives a new connection the user's settings.
   void configure(Connection& connection) const;
 
@@ -53,7 +62,8 @@ class Session {
   CMVariantMap systemInstructions_;
   // What a member uses is declared ahead of it: the stand-in and the memory outlive the connection.
   std::unique_ptr<standin::Server> standin_;
-  Owned<IZEAAssistantMemory> memory_;
+  ChatMemory memory_;
+  zeakit::WindowMemory window_;
   std::unique_ptr<Connection> connection_;
 };
 

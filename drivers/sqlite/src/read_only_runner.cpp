@@ -197,6 +197,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
     const int code = sqlite3_prepare_v2(connection(), sql.c_str(), static_cast<int>(sql.size()) + 1, &prepared, &tail);
     statement.reset(prepared);
     if (refusal_ != nullptr) return {Verdict::Refused, refusal_};
+    if (code == SQLITE_INTERRUPT) return {Verdict::Refused, "The statement was cancelled."};
     if (code == SQLITE_NOTADB) return {Verdict::Refused, file_ + " is not an SQLite database."};
     if (code != SQLITE_OK) return {Verdict::Refused, sqlite3_errmsg(connection())};
     if (prepared == nullptr) return {Verdict::Refused, "There is no statement."};
