@@ -282,6 +282,64 @@ TEST_F(ConsoleProgram, ShowsNoKeyAfterControlZ) {
   EXPECT_EQ(standin_.requests()[0].header("Authorization"), "Bearer secret-key");
 }
 
+TEST_F(ConsoleProgram, SendsTheTablesThatAQuestionNeeds) {
+  std::string script = "BEGIN; CREATE TABLE orders (id INTEGER PRIMARY KEY, state TEXT);";
+  for (int i = 0; i < 2000; ++i) {
+    const std::string name = "matter_" + std::string(1, static_cast<char>('a' + i % 26)) + std::to_string(i);
+    script += "CREATE TABLE " + name + "x (id INTEGER PRIMARY KEY, first TEXT, second TEXT, third INT, fourth INT);";
+  }
+  createDatabase("large.db", script + "COMMIT;");
+  const std::vector<std::string> all = {"--db", path("large.db"), "--provider", "openai",  "--host",
+                                        url_,   "--key-file",     path("key"),  "--model", "m"};
+  const auto ask = [&](std::vector<std::string> more, const std::string& input = "") {
+    more.insert(more.end(), all.begin(), all.end());
+    const ChildResult result = run(more, input);
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    return result;
+  };
+
+  const ChildResult chat = ask({"chat"}, "Which orders are open?\n/schema\n");
+  EXPECT_EQ(chat.error.substr(0, 7), "orders\n") << chat.error;
+  ask({"ask", "q", "--tables", "ord*"});
+  ask({"ask", "q", "--budget", "0"});
+
+  const auto requests = standin_.requests();
+  ASSERT_EQ(requests.size(), 3U);
+  EXPECT_LT(requests[0].body.size(), 40000U);
+  EXPECT_NE(requests[0].body.find("CREATE TABLE `orders` (`id` INTEGER, `state` TEXT"), std::string::npos);
+  EXPECT_EQ(requests[1].body.find("matter_"), std::string::npos);
+  EXPECT_GT(requests[2].body.size(), 200000U);
+}
+
+TEST_F(ConsoleProgram, TravelsAsOptionsAndTheEnvironmentSay) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
+  const std::string closed = standin::Server().url();
+  const auto ask = [&](std::vector<std::string> more, const std::vector<std::string>& environment = {}) {
+    const std::vector<std::string> all = {"ask",    "q",          "--db",      path("small.db"), "--provider",
+                                          "openai", "--key-file", path("key"), "--model",        "m"};
+    more.insert(more.begin(), all.begin(), all.end());
+    return run(more, "", environment);
+  };
+  const std::string far = "http://db.example.invalid";
+
+  // The stand-in answers whatever it is sent, also as a proxy.
+  const auto answersSoFar = [this] { return standin_.requests().size(); };
+  ask({"--host", far, "--proxy", url_});
+  EXPECT_EQ(answersSoFar(), 1U);
+  ask({"--host", far}, {"HTTPS_PROXY=" + url_});
+  EXPECT_EQ(answersSoFar(), 2U);
+  EXPECT_EQ(ask({"--host", far, "--no-proxy", "*"}, {"ALL_PROXY=" + url_}).exitCode, 3);
+  EXPECT_EQ(answersSoFar(), 2U);
+  EXPECT_EQ(ask({"--host", url_}, {"ALL_PROXY=" + closed}).exitCode, 0) << "this machine is reached directly";
+  EXPECT_EQ(ask({"--host", url_, "--proxy", "http://me:secret@p"}).error,
+            "A proxy's password is no argument: put that proxy into HTTPS_PROXY.\n");
+  EXPECT_EQ(ask({"--host", "https://localhost:1", "--ca-file", path("none")}).exitCode, 3);
+  standin::Reply slow{200, "{}"};
+  slow.delay = std::chrono::minutes(10);
+  standin_.enqueue(slow);
+  EXPECT_NE(ask({"--host", url_, "--timeout", "1"}).error.find("time"), std::string::npos);
+}
+
 TEST_F(ConsoleProgram, MasksAKeyThatTheProviderRepeats) {
   enqueue(401, R"({"error":{"message":"Bad key sk-secret."}})");
   const ChildResult asked = talk({"ask", "q"});

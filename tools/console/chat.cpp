@@ -23,6 +23,7 @@ constexpr const char* kHelp =
     "  /model [NAME]                  show the model, or ask another one from now on\n"
     "  /run                           run the statement of the last answer, if it only reads, and show its rows\n"
     "  /new                           forget the conversation and begin another\n"
+    "  /schema                        list the tables that the last question carried\n"
     "  /prompt                        show what the model is told ahead of the questions\n"
     "  /help                          show this\n"
     "  /quit, /exit                   end; so does the end of input, at a terminal Ctrl-D\n"
@@ -75,6 +76,8 @@ class Chat {
       changeProvider(rest);
     } else if (line == "/run") {
       runStatement();
+    } else if (line == "/schema") {
+      printNote(session_.listTables());
     } else if (line == "/new") {
       session_.startAnew();
       statement_.clear();

@@ -71,9 +71,12 @@ std::string Connection::askForStatement(const std::string& question, zeakit::IRe
 
 Failure Connection::fail(const std::string& sentence) const {
   const std::int32_t code = calls_->obtainLastCode();
+  // What is shorter is no key, and a part of words.
+  constexpr std::size_t shortestKey = 8;
+  const std::string masked = key_.size() < shortestKey ? sentence : qxMaskSecret(sentence, key_);
   const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
   return {isTransport ? ExitCode::Transport : ExitCode::Refused,
-          sentence.empty() ? "The provider gave no reason." : qxMaskSecret(sentence, key_)};
+          sentence.empty() ? "The provider gave no reason." : masked};
 }
 
 }  // namespace console

@@ -75,6 +75,12 @@ class OptionsReader {
         ->type_name("FILE");
     addProviderOptions(*added);
     addInstructions(*added);
+    added
+        ->add_option(
+            "--budget", options_.budget,
+            "Tokens that the tables of a question may take, 8000 unless you say otherwise: that holds what nine "
+            "questions of ten need of hundreds of tables. 0: always all tables")
+        ->type_name("TOKENS");
     added->add_option("--model", options_.model, "The model to ask")->check(isGiven())->type_name("NAME");
     added->add_option("--temperature", options_.temperature, "Sampling temperature, such as 0.2")->type_name("NUMBER");
     added->add_option("--max-tokens", options_.maxTokens, "The longest reply, in tokens; for anthropic only")
@@ -93,9 +99,26 @@ class OptionsReader {
     command.add_option("--key-file", options_.keyFile, "A file whose first line is the provider's key")
         ->check(isGiven())
         ->type_name("FILE");
+    command.add_option("--ca-file", options_.caFile, "Certificate authorities to trust instead of the system's (PEM)")
+        ->check(isGiven())
+        ->type_name("FILE");
+    command.add_option("--proxy", options_.proxy, "The proxy to use; without it HTTPS_PROXY or ALL_PROXY counts")
+        ->check(isGiven())
+        ->type_name("URL");
+    command
+        .add_option("--no-proxy", options_.noProxy, "Hosts to reach directly, * for all; without it NO_PROXY counts")
+        ->check(isGiven())
+        ->type_name("HOSTS");
+    command
+        .add_option("--timeout", options_.timeoutSeconds, "How long an answer may take; 600 unless you say otherwise")
+        ->check(CLI::Range(1, 86400))
+        ->type_name("SECONDS");
   }
 
   void addInstructions(CLI::App& command) {
+    command.add_option("--tables", options_.tables, "Only tables of these names; * stands for anything")
+        ->check(isGiven())
+        ->type_name("PATTERN");
     command.add_option("--instructions", options_.instructions, "Your own instructions to the model")
         ->type_name("TEXT");
   }
@@ -143,6 +166,10 @@ class OptionsReader {
   void check() const {
     if (options_.temperature && !std::isfinite(*options_.temperature)) {
       throw Failure(ExitCode::Usage, "The temperature is no number.");
+    }
+    // Lists of programs show command lines to everybody.
+    if (options_.proxy.find('@') != std::string::npos) {
+      throw Failure(ExitCode::Usage, "A proxy's password is no argument: put that proxy into HTTPS_PROXY.");
     }
     const bool isNamed = !options_.provider.empty();
     if (options_.maxTokens && !(isNamed && findProvider(options_.provider).takesMaxTokens)) {

@@ -1,9 +1,11 @@
 // The command line.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace console {
 
@@ -20,6 +22,12 @@ struct ConsoleOptions {
   std::string host;
   std::string keyFile;
   std::string instructions;
+  std::vector<std::string> tables;  // patterns; empty: all
+  std::size_t budget = 8000;        // tokens of the structure with each question; 0: no limit
+  std::string caFile;
+  std::string proxy;
+  std::string noProxy;
+  std::optional<std::int32_t> timeoutSeconds;
   bool showsStatement = false;  // Ask: the statement alone
   bool runsStatement = false;   // Ask: its rows
   std::optional<double> temperature;

@@ -11,8 +11,10 @@
 
 namespace console {
 
-zeakit::BuiltStructure readDatabaseFile(const std::string& file) {
-  zeakit::ReadResult result = zeasqlite::readStructure(file);
+zeakit::BuiltStructure readDatabaseFile(const std::string& file, const std::vector<std::string>& tables) {
+  zeakit::StructureOptions filter;
+  filter.includedTables = tables;
+  zeakit::ReadResult result = zeasqlite::readStructure(file, filter);
   if (!result.error.empty()) throw Failure(ExitCode::Usage, result.error);
   for (const std::string& note : result.structure.notes) printNote(note);
   if (zeakit::StructureIndex(result.structure.document).size() == 0) {

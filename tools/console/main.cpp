@@ -6,6 +6,7 @@
 #include "console/console_output.h"
 #include "console/database_file.h"
 #include "console/failure.h"
+#include "console/http_settings.h"
 #include "console/provider.h"
 #include "console/row_table.h"
 #include "console/sample_database.h"
@@ -32,7 +33,7 @@ ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
 
 ExitCode talk(const ConsoleOptions& options) {
   // The file first: it is looked at without a key, without the network and without a prompt for either.
-  const auto structure = readDatabaseFile(options.databaseFile);
+  const auto structure = readDatabaseFile(options.databaseFile, options.tables);
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
   session->describeDatabase(structure);
   if (options.command == Command::Chat) return runChat(*session, *openRunner(options.databaseFile));
@@ -57,6 +58,7 @@ void listModels(const ConsoleOptions& options) {
 }
 
 ExitCode run(const ConsoleOptions& options) {
+  applyHttpSettings(options);
   if (options.command == Command::Models) {
     listModels(options);
     return ExitCode::Success;

@@ -1,5 +1,7 @@
 #include "console/session.h"
 
+#include <zeakit/token_estimate.h>
+
 #include <utility>
 
 #include "console/console_output.h"
@@ -19,6 +21,12 @@ constexpr std::int32_t kMaxTokens = 8192;
 // The stand-in is spoken to as OPENAI is.
 Provider describeStandin() {
   return {.option = {}, .name = "the stand-in", .type = ZEAAssistantType::OPENAI_v1, .keyVariables = {}};
+}
+
+zeakit::FitOptions fitOptionsOf(const ConsoleOptions& options) {
+  zeakit::FitOptions fit;
+  fit.budget = options.budget;
+  return fit;
 }
 
 // `how` is what the user can write.
@@ -53,11 +61,29 @@ std::unique_ptr<Session> Session::createOffline(const ConsoleOptions& options) {
   return session;
 }
 
-Session::Session(const ConsoleOptions& options) : options_(options), window_(memory_, {0, kTokensOfTurns, true}) {}
+Session::Session(const ConsoleOptions& options)
+    : options_(options), window_(memory_, {0, kTokensOfTurns, true}), focused_(window_, fitOptionsOf(options)) {}
+
+void Session::focus(const std::string& question) {
+  if (options_.budget == 0) return;
+  tables_ = focused_.focus(question).tables;
+}
+
+std::string Session::listTables() const {
+  if (tables_.empty()) return "All tables go along with each question.";
+  std::string text;
+  for (const zeakit::FittedTable& table : tables_) {
+    const char* const depth = table.depth == zeakit::FitDepth::Whole     ? ""
+                              : table.depth == zeakit::FitDepth::Slimmed ? "  (keys and some columns)"
+                                                                         : "  (its name)";
+    text += (text.empty() ? "" : "\n") + table.name + depth;
+  }
+  return text;
+}
 
 void Session::connectTo(const Provider& provider, const std::string& key, const std::string& host,
                         const std::string& model) {
-  auto next = std::make_unique<Connection>(provider, key, host, &window_);
+  auto next = std::make_unique<Connection>(provider, key, host, &focused_);
   configure(*next);
   if (!model.empty()) next->setText("model", model);
   connection_ = std::move(next);
@@ -75,7 +101,12 @@ void Session::configure(Connection& connection) const {
 
 void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
   systemInstructions_["answer_form"] = "Write SQL in fenced sql blocks.";
-  for (const auto& [name, text] : structure.instructions) systemInstructions_[name] = text;
+  for (const auto& [name, text] : structure.instructions) {
+    // They tell of every table, whatever the question; of a large database that is more than the tables themselves.
+    const bool isTooLong = options_.budget > 0 && zeakit::estimateTokens(text) > options_.budget / 4;
+    if (isTooLong) printNote("The questions go without " + name + ", which would take most of --budget.");
+    if (!isTooLong) systemInstructions_[name] = text;
+  }
   connection_->set("system_instructions", systemInstructions_);
   connection_->set("db_structure", structure.document);  // into the memory
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <standin/zea_standin.h>
+#include <zeakit/focused_memory.h>
 #include <zeakit/structure_builder.h>
 #include <zeakit/window_memory.h>
 
@@ -46,13 +47,22 @@ class Session {
   void startAnew() { memory_.forgetTurns(); }
 
   std::vector<std::string> listModels() { return connection_->listModels(); }
-  std::string ask(const std::string& question) { return connection_->ask(question); }
+  std::string ask(const std::string& question) {
+    focus(question);
+    return connection_->ask(question);
+  }
   std::string askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {
+    focus(question);
     return connection_->askForStatement(question, runner);
   }
+  /// A line for each table that the last question carried, with how much of it.
+  std::string listTables() const;
 
  private:
   explicit Session(const ConsoleOptions& options);
+
+  // Fits the structure to what is asked next.
+  void focus(const std::string& question);
 
   void connectTo(const Provider& provider, const std::string& key, const std::string& host, const std::string& model);
   // Gives a new connection the user's settings.
@@ -64,6 +74,8 @@ class Session {
   std::unique_ptr<standin::Server> standin_;
   ChatMemory memory_;
   zeakit::WindowMemory window_;
+  zeakit::FocusedMemory focused_;
+  std::vector<zeakit::FittedTable> tables_;  // of the last question
   std::unique_ptr<Connection> connection_;
 };
 
