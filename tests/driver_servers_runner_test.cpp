@@ -88,7 +88,7 @@ constexpr Attack kPostgreSqlAttacks[] = {
     {'x', "CREATE EXTENSION dblink"},
     {'x', "ALTER TABLE t ADD COLUMN c int"},
     {'x', "ALTER SYSTEM SET work_mem = '1GB'"},
-    {'x', "ALTER ROLE reader SUPERUSER"},
+    {'x', "ALTER ROLE visitor SUPERUSER"},
     {'x', "DROP TABLE t"},
     {'x', "GRANT ALL ON t TO PUBLIC"},
     {'x', "COMMENT ON TABLE t IS 'x'"},
@@ -143,6 +143,7 @@ constexpr Attack kPostgreSqlAttacks[] = {
     {'x', "SELECT pg_switch_wal()"},
     {'x', "SELECT pg_stat_reset()"},
     {'x', "SELECT query_to_xml('DELETE FROM t', true, true, '')"},
+    {'x', "SELECT txid_current()"},
     {'x', "SELECT evil()"},
     {'x', "SELECT public . evil ( )"},
     {'x', "SELECT * FROM t WHERE id = (SELECT evil())"},
@@ -178,8 +179,8 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
       "CREATE PROCEDURE p() LANGUAGE sql AS 'DELETE FROM t';"
       "CREATE VIEW advancing AS SELECT nextval('s'); CREATE VIEW locking AS SELECT pg_try_advisory_lock(7);"
       "CREATE VIEW sleeping AS SELECT pg_sleep(100) IS NULL AS a; CREATE MATERIALIZED VIEW m AS SELECT 1;"
-      "CREATE ROLE reader LOGIN; GRANT SELECT ON ALL TABLES IN SCHEMA public TO reader;"
-      "GRANT USAGE ON SEQUENCE s TO reader");
+      "CREATE ROLE visitor LOGIN; GRANT SELECT ON ALL TABLES IN SCHEMA public TO visitor;"
+      "GRANT USAGE ON SEQUENCE s TO visitor");
   const auto witness = [&] {
     return run(owner,
                "SELECT concat_ws(' ', (SELECT string_agg(t::text, '') FROM t), (SELECT last_value::text || is_called "
@@ -192,7 +193,7 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
            std::to_string(std::filesystem::exists(out + "/out"));
   };
   EXPECT_NE(zeapostgresql::openReadOnlyRunner(address()).error.find("may write files"), std::string::npos);
-  for (const char* user : {"zea", "reader"}) {
+  for (const char* user : {"zea", "visitor"}) {
     const auto opened = zeapostgresql::openReadOnlyRunner(address(user), {std::string(user) == "zea"});
     ASSERT_EQ(opened.error, "");
     attack(*opened.runner, kPostgreSqlAttacks, out, witness);
@@ -201,8 +202,8 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
 }
 
 TEST_F(PostgreSql, ReturnsRowsAndEndsWhatTakesTooLong) {
-  run(connect(), "CREATE ROLE plain LOGIN");
-  const auto opened = zeapostgresql::openReadOnlyRunner(address("plain"));
+  run(connect(), "CREATE ROLE runner_plain LOGIN");
+  const auto opened = zeapostgresql::openReadOnlyRunner(address("runner_plain"));
   ASSERT_EQ(opened.error, "");
   auto& runner = *opened.runner;
   const auto result = runner.run("SELECT 1 AS a, 'é'::varchar(5), '\\x00ff'::bytea, NULL::numeric, true AS e");
@@ -228,7 +229,7 @@ TEST_F(PostgreSql, ReturnsRowsAndEndsWhatTakesTooLong) {
   // The session ends in the middle; the next statement has a new one.
   std::thread ending([&] {
     while (run(connect(),
-               "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE usename = 'plain' AND"
+               "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE usename = 'runner_plain' AND"
                " query LIKE '%series(1, 100000000000))%'") == "0") {
     }
   });
@@ -299,7 +300,7 @@ constexpr Attack kMariaDbAttacks[] = {
     {'x', "ALTER TABLE w.t ADD COLUMN c int"},
     {'x', "DROP TABLE w.t"},
     {'x', "RENAME TABLE w.t TO w.u"},
-    {'x', "GRANT ALL ON *.* TO reader@localhost"},
+    {'x', "GRANT ALL ON *.* TO visitor@localhost"},
     {'x', "SET autocommit = 0"},
     {'x', "SET GLOBAL max_connections = 7"},
     {'x', "SET SESSION TRANSACTION READ WRITE"},
@@ -348,19 +349,21 @@ TEST_F(MariaDb, RunsNothingThatDoesMoreThanRead) {
       "(2,"
       " NULL); CREATE SEQUENCE w.s; CREATE PROCEDURE w.p() DELETE FROM w.t; CREATE FUNCTION w.evil() RETURNS int"
       " MODIFIES SQL DATA BEGIN INSERT INTO w.t VALUES (9, 'x'); RETURN 1; END; CREATE VIEW w.writing AS SELECT"
-      " w.evil(); CREATE VIEW w.sleeping AS SELECT sleep(100); CREATE USER reader@localhost; GRANT SELECT, EXECUTE,"
-      " SHOW VIEW ON w.* TO reader@localhost; CREATE USER own@localhost; GRANT ALL ON *.* TO own@localhost");
+      " w.evil(); CREATE VIEW w.sleeping AS SELECT sleep(100); CREATE USER visitor@localhost; GRANT SELECT, EXECUTE,"
+      " SHOW VIEW ON w.* TO visitor@localhost; CREATE USER runner_own@localhost; GRANT ALL ON *.* TO "
+      "runner_own@localhost");
   const auto witness = [&] {
     return run(owner,
                "SELECT concat_ws(' ', (SELECT group_concat(id, coalesce(name, '-')) FROM w.t), (SELECT "
                "next_not_cached_value"
                " FROM w.s), (SELECT count(*) FROM information_schema.TABLES), (SELECT count(*) FROM mysql.global_priv),"
                " (SELECT group_concat(IS_GRANTABLE) FROM information_schema.USER_PRIVILEGES), @@global.max_connections,"
-               " (SELECT count(*) FROM information_schema.PROCESSLIST WHERE USER IN ('own', 'reader') AND STATE LIKE"
+               " (SELECT count(*) FROM information_schema.PROCESSLIST WHERE USER IN ('runner_own', 'visitor') AND "
+               "STATE LIKE"
                " '%lock%'))") +
            std::to_string(std::filesystem::exists(out + "/out"));
   };
-  for (const char* user : {"own", "reader"}) {
+  for (const char* user : {"runner_own", "visitor"}) {
     zeamariadb::Address place = address(user);
     place.database = "w";
     const auto opened = zeamariadb::openReadOnlyRunner(place);

@@ -35,7 +35,8 @@ constexpr char kDangerous[] =
     " p.prolang NOT IN (SELECT oid FROM pg_catalog.pg_language WHERE lanname IN ('internal', 'c'))) OR"
     " n.nspname = 'pg_catalog' AND (p.provolatile = 'v' AND p.proname NOT IN ('random', 'clock_timestamp', 'timeofday',"
     " 'gen_random_uuid', 'pg_relation_size', 'pg_total_relation_size', 'pg_table_size', 'pg_indexes_size',"
-    " 'pg_database_size', 'pg_size_pretty', 'pg_backend_pid') OR p.proname LIKE '%\\_to\\_xml%'))"
+    " 'pg_database_size', 'pg_size_pretty', 'pg_backend_pid') OR p.proname LIKE '%\\_to\\_xml%' OR p.proname IN "
+    "('txid_current', 'pg_current_xact_id')))"
     " LIMIT 1";
 
 constexpr char kPowerful[] =
