@@ -248,7 +248,7 @@ TEST_F(ConsoleProgram, ClearsTheLineAndEndsQuestionsWithControlC) {
   terminal.type("one\n");
   EXPECT_NE(terminal.readUntil("zea> ").find("First."), std::string::npos);
   terminal.type("half a line\x03");
-  terminal.readUntil("zea> ");
+  terminal.readUntil("\nzea> ");
   terminal.type("two\n");
   while (standin_.requests().size() < 2) std::this_thread::yield();
   terminal.type("\x03");

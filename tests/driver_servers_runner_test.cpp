@@ -344,8 +344,10 @@ constexpr Attack kMariaDbAttacks[] = {
 TEST_F(MariaDb, RunsNothingThatDoesMoreThanRead) {
   const std::string out = server->folder().string();
   const auto owner = connect();
+  // A table that no rollback takes back.
   run(owner,
-      "CREATE DATABASE w; CREATE TABLE w.t(id int PRIMARY KEY, name varchar(20)); INSERT INTO w.t VALUES (1, 'one'), "
+      "CREATE DATABASE w; CREATE TABLE w.t(id int PRIMARY KEY, name varchar(20)) ENGINE = Aria; INSERT INTO w.t VALUES "
+      "(1, 'one'), "
       "(2,"
       " NULL); CREATE SEQUENCE w.s; CREATE PROCEDURE w.p() DELETE FROM w.t; CREATE FUNCTION w.evil() RETURNS int"
       " MODIFIES SQL DATA BEGIN INSERT INTO w.t VALUES (9, 'x'); RETURN 1; END; CREATE VIEW w.writing AS SELECT"
