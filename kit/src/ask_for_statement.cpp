@@ -69,11 +69,11 @@ std::string questionWithRows(const std::string& question, const StatementResult&
   std::string text = question + "\n\nThe statement returned" + (result.isCut ? ", among more rows" : "") + ":\n";
   const char* separator = "";
   for (const ResultColumn& column : result.columns) {
-    text += std::exchange(separator, "\t") + cellText({column.name, false, false});
+    text.append(std::exchange(separator, "\t")).append(cellText({column.name, false, false}));
   }
   for (const auto& row : result.rows) {
     separator = "\n";
-    for (const ResultCell& cell : row) text += std::exchange(separator, "\t") + cellText(cell);
+    for (const ResultCell& cell : row) text.append(std::exchange(separator, "\t")).append(cellText(cell));
   }
   return text;
 }
