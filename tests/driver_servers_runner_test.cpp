@@ -146,6 +146,7 @@ constexpr Attack kPostgreSqlAttacks[] = {
     {'x', "SELECT txid_current()"},
     {'x', "SELECT evil()"},
     {'x', "SELECT public . evil ( )"},
+    {'x', "SELECT \"od\"\"d\\na\tme\"()"},
     {'x', "SELECT * FROM t WHERE id = (SELECT evil())"},
     {'x', "SELECT claims_to_read()"},
     {'x', "SELECT count(*) FROM t ORDER BY evil()"},
@@ -175,6 +176,7 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
       "CREATE FUNCTION evil() RETURNS int LANGUAGE sql AS 'INSERT INTO t VALUES (9, NULL) RETURNING id';"
       "CREATE FUNCTION claims_to_read() RETURNS int LANGUAGE sql STABLE SECURITY DEFINER AS 'SELECT evil()';"
       "CREATE FUNCTION same(int, int) RETURNS boolean LANGUAGE sql AS 'INSERT INTO t VALUES (9, NULL); SELECT true';"
+      "CREATE FUNCTION \"od\"\"d\\na\tme\"() RETURNS int LANGUAGE sql AS 'SELECT 1';"
       "CREATE OPERATOR === (LEFTARG = int, RIGHTARG = int, FUNCTION = same);"
       "CREATE PROCEDURE p() LANGUAGE sql AS 'DELETE FROM t';"
       "CREATE VIEW advancing AS SELECT nextval('s'); CREATE VIEW locking AS SELECT pg_try_advisory_lock(7);"

@@ -5,7 +5,7 @@ set -euo pipefail
 nm=$1
 shift
 language='abi|bool|char|const|declval|decltype|double|false|for|int|long|name|non|nullptr|short|signed|std|thunk|to|true'
-language+='|typeinfo|unsigned|virtual|void|vtable|guard|variable|__[a-z]\w*'
+language+='|typeinfo|unsigned|virtual|void|vtable|guard|variable|lambda|__[a-z]\w*'
 borrowed='[Cc]url_\w+|curlsocktype|ssl_\w+|sqlite3|pg_conn|pg_result|st_mysql\w*' # types of parameters
 own='(CM|CO|IC|I?ZEA|QX|qx)\w*|zea|zeakit|zeasqlite|zeapostgresql|zeamariadb'
 "$nm" -C -g --defined-only "$@" | sed -nE '/DW\.ref\./d; s/^[0-9a-f]+ [A-Za-z] //p' > defined.txt

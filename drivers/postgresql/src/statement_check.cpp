@@ -4,8 +4,8 @@
 #include <pthread.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <nlohmann/json.hpp>
+#include <cstdlib>
+#include <string_view>
 
 namespace zeapostgresql {
 
@@ -46,57 +46,73 @@ bool parseOnOwnStack(Parsed& parsed) {
   return isDone;
 }
 
-/// Reads the tree without keeping it: names of members that begin with a capital are nodes.
-class TreeReader final : public nlohmann::json_sax<nlohmann::json> {
+/// Reads the tree without keeping it, a token after the other, however deep it is: names of members that begin with a
+/// capital are nodes. The text is the parser's own JSON, so nothing but its tokens needs a look.
+class TreeReader {
  public:
   explicit TreeReader(CheckedStatement& statement) : statement_(statement) {}
 
-  bool start_object(std::size_t) override {
-    // {"stmts": [{"stmt": {"SelectStmt": ...
-    if (++depth_ == 3) ++statements_;
-    return true;
-  }
-  bool end_object() override { return --depth_ >= 0; }
-  bool start_array(std::size_t) override { return ++depth_ > 0; }
-  bool end_array() override {
-    if (--depth_ == functionDepth_) {
-      functionDepth_ = -1;
-      // The last of "pg_catalog", "count".
-      statement_.functions.push_back(lastName_);
+  void read(const std::string& tree) {
+    for (std::size_t at = 0; at < tree.size(); ++at) {
+      const char byte = tree[at];
+      if (byte == '{' || byte == '[') {
+        // {"stmts": [{"stmt": {"SelectStmt": ...
+        if (++depth_ == 3 && byte == '{') ++statements_;
+      } else if (byte == '}' || byte == ']') {
+        end();
+      } else if (byte == '"') {
+        const std::string text = stringAt(tree, at);
+        const bool isName = at + 1 < tree.size() && tree[at + 1] == ':';
+        isName ? takeName(text) : takeText(text);
+      }
     }
-    return true;
-  }
-  bool key(std::string& name) override {
-    if (name == "funcname") functionDepth_ = depth_;
-    isName_ = name == "sval";
-    if (name == "intoClause") refuse("It makes a table.");
-    if (name == "lockingClause") refuse("It locks rows.");
-    const bool isStatement =
-        name.size() > 4 && name[0] >= 'A' && name[0] <= 'Z' && name.compare(name.size() - 4, 4, "Stmt") == 0;
-    if (!isStatement || name == "SelectStmt") return true;
-    const bool isShown = depth_ == 4 && (name == "ExplainStmt" || name == "VariableShowStmt");
-    if (isShown) statement_.isExplained = true;
-    if (!isShown) refuse("It is no statement that reads rows, or has one in it.");
-    return true;
-  }
-  bool string(std::string& text) override {
-    if (isName_ && functionDepth_ >= 0) lastName_ = text;
-    return true;
-  }
-  bool null() override { return true; }
-  bool boolean(bool) override { return true; }
-  bool number_integer(std::int64_t) override { return true; }
-  bool number_unsigned(std::uint64_t) override { return true; }
-  bool number_float(double, const std::string&) override { return true; }
-  bool binary(nlohmann::json::binary_t&) override { return true; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-    refuse("The statement cannot be read.");
-    return false;
   }
 
   std::size_t statements() const { return statements_; }
 
  private:
+  /// Without its escapes; `at` is moved from the first quotation mark to the last.
+  static std::string stringAt(const std::string& tree, std::size_t& at) {
+    std::string text;
+    for (++at; at < tree.size() && tree[at] != '"'; ++at) {
+      if (tree[at] != '\\') {
+        text += tree[at];
+        continue;
+      }
+      constexpr std::string_view kEscapes = "nrtbf";
+      constexpr std::string_view kMeanings = "\n\r\t\b\f";
+      const char escape = ++at < tree.size() ? tree[at] : '"';
+      const std::size_t known = kEscapes.find(escape);
+      if (escape == 'u') {
+        text += static_cast<char>(std::strtol(tree.substr(at + 1, 4).c_str(), nullptr, 16));  // a control character
+        at += 4;
+      } else {
+        text += known == kEscapes.npos ? escape : kMeanings[known];
+      }
+    }
+    return text;
+  }
+
+  void end() {
+    if (--depth_ != functionDepth_) return;
+    functionDepth_ = -1;
+    statement_.functions.push_back(lastText_);  // the last of "pg_catalog", "count"
+  }
+  void takeName(const std::string& name) {
+    if (name == "funcname") functionDepth_ = depth_;
+    isTextNext_ = name == "sval";
+    if (name == "intoClause") refuse("It makes a table.");
+    if (name == "lockingClause") refuse("It locks rows.");
+    const bool isStatement =
+        name.size() > 4 && name[0] >= 'A' && name[0] <= 'Z' && name.compare(name.size() - 4, 4, "Stmt") == 0;
+    if (!isStatement || name == "SelectStmt") return;
+    const bool isShown = depth_ == 4 && (name == "ExplainStmt" || name == "VariableShowStmt");
+    if (isShown) statement_.isExplained = true;
+    if (!isShown) refuse("It is no statement that reads rows, or has one in it.");
+  }
+  void takeText(const std::string& text) {
+    if (isTextNext_ && functionDepth_ >= 0) lastText_ = text;
+  }
   void refuse(const char* reason) {
     if (statement_.check.reason.empty()) statement_.check.reason = reason;
   }
@@ -105,8 +121,8 @@ class TreeReader final : public nlohmann::json_sax<nlohmann::json> {
   int depth_ = 0;
   std::size_t statements_ = 0;
   int functionDepth_ = -1;  // that of the member "funcname" whose list is read
-  bool isName_ = false;
-  std::string lastName_;
+  bool isTextNext_ = false;
+  std::string lastText_;
 };
 
 }  // namespace
@@ -123,7 +139,7 @@ CheckedStatement checkStatement(const std::string& sql) {
   if (!parseOnOwnStack(parsed)) return refused("There is no memory to read the statement.");
   if (!parsed.error.empty()) return refused("The statement cannot be read: " + parsed.error + ".");
   TreeReader reader(statement);
-  static_cast<void>(nlohmann::json::sax_parse(parsed.tree, &reader));  // the reader tells
+  reader.read(parsed.tree);
   if (reader.statements() == 0) return refused("There is no statement.");
   if (reader.statements() > 1) {
     statement.check = {Verdict::SeveralStatements, "There are several statements."};
