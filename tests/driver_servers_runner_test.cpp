@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "support/child_process.h"
 #include "support/server_tests.h"
 #include "zeamariadb/read_only_runner.h"
 #include "zeapostgresql/read_only_runner.h"
@@ -203,6 +204,24 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
   }
 }
 
+TEST_F(PostgreSql, IsTalkedAboutByTheConsole) {
+  run(connect(),
+      "CREATE SCHEMA shop; CREATE TABLE shop.clients(id int PRIMARY KEY, name text); INSERT INTO shop.clients"
+      " VALUES (1, 'Ada'); CREATE TABLE public.others(id int); CREATE ROLE talker LOGIN; GRANT USAGE ON SCHEMA"
+      " shop TO talker; GRANT SELECT ON ALL TABLES IN SCHEMA shop TO talker");
+  const std::string folder = server->folder().string();
+  const std::string database = "postgresql:///postgres?host=" + folder + "&user=";
+  const auto prompt =
+      support::runChild({ZEA_PROGRAM, "prompt", "--db", database + "zea", "--tables", "clients", "others"});
+  EXPECT_NE(prompt.output.find("CREATE TABLE `public`.`others`"), std::string::npos) << prompt.output << prompt.error;
+  EXPECT_NE(prompt.output.find("CREATE TABLE `shop`.`clients` (`id` integer NOT NULL, `name` text"), std::string::npos);
+  const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database + "talker", "--sql", "Show the clients"});
+  EXPECT_EQ(asked.exitCode, 0) << asked.error;
+  EXPECT_NE(asked.output.find("clients"), std::string::npos) << asked.output;
+  const auto refused = support::runChild({ZEA_PROGRAM, "ask", "--db", database + "zea", "--run", "Show the clients"});
+  EXPECT_NE(refused.error.find("may write files"), std::string::npos) << refused.error;
+}
+
 TEST_F(PostgreSql, ReturnsRowsAndEndsWhatTakesTooLong) {
   run(connect(), "CREATE ROLE runner_plain LOGIN");
   const auto opened = zeapostgresql::openReadOnlyRunner(address("runner_plain"));
@@ -375,6 +394,16 @@ TEST_F(MariaDb, RunsNothingThatDoesMoreThanRead) {
     attack(*opened.runner, kMariaDbAttacks, out, witness);
     EXPECT_EQ(shown(opened.runner->run("SELECT name FROM w.t ORDER BY id")), "one|NULL|");
   }
+}
+
+TEST_F(MariaDb, IsTalkedAboutByTheConsole) {
+  run(connect(),
+      "CREATE DATABASE shop; CREATE TABLE shop.clients(id int PRIMARY KEY, name text); INSERT INTO"
+      " shop.clients VALUES (1, 'Ada')");
+  const std::string database = "mysql://zea@localhost/shop?socket=" + server->folder().string() + "/s";
+  const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database, "--run", "Show the clients"});
+  EXPECT_EQ(asked.exitCode, 0) << asked.error;
+  EXPECT_NE(asked.output.find("Ada"), std::string::npos) << asked.output << asked.error;
 }
 
 TEST_F(MariaDb, ReturnsRowsAndEndsWhatTakesTooLong) {

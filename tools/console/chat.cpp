@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "console/console_output.h"
 #include "console/line_reader.h"
@@ -38,7 +39,8 @@ bool isFarewell(const std::string& line) {
 
 class Chat {
  public:
-  Chat(Session& session, zeakit::IReadOnlyRunner& runner) : session_(session), runner_(runner) {}
+  Chat(Session& session, std::function<std::unique_ptr<zeakit::IReadOnlyRunner>()> openRunner)
+      : session_(session), openRunner_(std::move(openRunner)) {}
 
   ExitCode run() {
     while (auto line = reader_.readLine()) {
@@ -93,7 +95,12 @@ class Chat {
 
   void runStatement() {
     if (statement_.empty()) return printNote("The last answer has no statement.");
-    const auto result = runner_.run(statement_);
+    try {
+      if (runner_ == nullptr) runner_ = openRunner_();
+    } catch (const Failure& failure) {
+      return printNote(failure.what());
+    }
+    const auto result = runner_->run(statement_);
     if (!result.columns.empty()) printText(writeTable(result));
     if (result.isCut) printNote("There are more rows.");
     if (!result.error.empty()) printNote(result.error);
@@ -116,16 +123,17 @@ class Chat {
   }
 
   Session& session_;
-  zeakit::IReadOnlyRunner& runner_;
-  std::string statement_;  // of the last answer
+  std::function<std::unique_ptr<zeakit::IReadOnlyRunner>()> openRunner_;
+  std::unique_ptr<zeakit::IReadOnlyRunner> runner_;  // once a statement was to be run
+  std::string statement_;                            // of the last answer
   LineReader reader_;
   ExitCode lastCode_ = ExitCode::Success;
 };
 
 }  // namespace
 
-ExitCode runChat(Session& session, zeakit::IReadOnlyRunner& runner) {
-  const ExitCode lastCode = Chat(session, runner).run();
+ExitCode runChat(Session& session, std::function<std::unique_ptr<zeakit::IReadOnlyRunner>()> openRunner) {
+  const ExitCode lastCode = Chat(session, std::move(openRunner)).run();
   return ::isatty(STDIN_FILENO) == 1 ? ExitCode::Success : lastCode;
 }
 

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <zeakit/read_only_runner.h>
+
+#include <functional>
+#include <memory>
 #include "console/failure.h"
 
 #include "console/session.h"
@@ -11,6 +14,7 @@ namespace console {
 /// Answers the lines of standard input until they end or one of them is "/quit". A question that fails is told on
 /// standard error and the conversation goes on. Gives `Success` when standard input is a terminal, where the user has
 /// seen what failed; otherwise the code of the last question.
-ExitCode runChat(Session& session, zeakit::IReadOnlyRunner& runner);
+/// `openRunner` is called when the first statement is to be run, and may throw `Failure`.
+ExitCode runChat(Session& session, std::function<std::unique_ptr<zeakit::IReadOnlyRunner>()> openRunner);
 
 }  // namespace console

@@ -69,10 +69,12 @@ class OptionsReader {
 
   CLI::App* addDatabaseCommand(Command command, const char* name, const char* description) {
     CLI::App* added = addCommand(command, name, description);
-    added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+    added
+        ->add_option("--db", options_.databaseFile,
+                     "An SQLite file, or a URL such as postgresql://me@host/db or mysql://me@host/db; only read")
         ->check(isGiven())
         ->required()
-        ->type_name("FILE");
+        ->type_name("DATABASE");
     addProviderOptions(*added);
     addInstructions(*added);
     added
@@ -133,7 +135,9 @@ class OptionsReader {
 
   void addPrompt() {
     CLI::App* added = addCommand(Command::Prompt, "prompt", "Print what the model is told ahead of the questions");
-    added->add_option("--db", options_.databaseFile, "The SQLite database file; it is only read")
+    added
+        ->add_option("--db", options_.databaseFile,
+                     "An SQLite file, or a URL such as postgresql://me@host/db or mysql://me@host/db; only read")
         ->check(isGiven())
         ->required()
         ->type_name("FILE");

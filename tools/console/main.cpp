@@ -4,7 +4,7 @@
 #include "console/chat.h"
 #include "console/console_options.h"
 #include "console/console_output.h"
-#include "console/database_file.h"
+#include "console/database.h"
 #include "console/failure.h"
 #include "console/http_settings.h"
 #include "console/provider.h"
@@ -33,10 +33,12 @@ ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
 
 ExitCode talk(const ConsoleOptions& options) {
   // The file first: it is looked at without a key, without the network and without a prompt for either.
-  const auto structure = readDatabaseFile(options.databaseFile, options.tables);
+  const auto structure = readDatabase(options.databaseFile, options.tables);
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
   session->describeDatabase(structure);
-  if (options.command == Command::Chat) return runChat(*session, *openRunner(options.databaseFile));
+  if (options.command == Command::Chat) {
+    return runChat(*session, [&options] { return openRunner(options.databaseFile); });
+  }
   if (options.command == Command::Prompt) {
     printText(session->obtainPrompt());
   } else if (options.showsStatement || options.runsStatement) {
