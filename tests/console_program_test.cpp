@@ -340,6 +340,53 @@ TEST_F(ConsoleProgram, TravelsAsOptionsAndTheEnvironmentSay) {
   EXPECT_NE(ask({"--host", url_, "--timeout", "1"}).error.find("time"), std::string::npos);
 }
 
+TEST_F(ConsoleProgram, KeepsAConversationForTheNextChat) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
+  const auto chat = [&](const std::string& option, const std::string& input) {
+    return run({"chat", "--db", path("small.db"), "--provider", "openai", "--host", url_, "--key-file", path("key"),
+                "--model", "m", option},
+               input, {"XDG_DATA_HOME=" + path("data")});
+  };
+  for (const char* const answer : {"First.", "Second.", "Third.", "Fourth."}) enqueue(200, openAiAnswer(answer));
+  chat("--raw", "not kept\n");
+  chat("--keep", "one\n");
+  const ChildResult second = chat("--continue", "two\n/new\nthree\n");
+
+  EXPECT_NE(second.error.find("1 answers so far."), std::string::npos) << second.error;
+  const auto requests = standin_.requests();
+  ASSERT_EQ(requests.size(), 4U);
+  EXPECT_NE(
+      requests[2].body.find(R"("one"},{"role":"assistant","content":"Second."},{"role":"user","content":"two"}])"),
+      std::string::npos)
+      << requests[2].body;
+  EXPECT_EQ(requests[2].body.find("not kept"), std::string::npos);
+  EXPECT_EQ(requests[3].body.find("Third."), std::string::npos) << requests[3].body;
+  const auto mode = std::filesystem::status(path("data/zea/conversations.db")).permissions();
+  EXPECT_EQ(mode, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+TEST_F(ConsoleProgram, TellsWhatAServerSaysInALine) {
+  const std::string page = "<!DOCTYPE html>\n<html><head><title>502\n Bad Gateway</title></head><body>x</body></html>";
+  const struct {
+    int status;
+    std::string body;
+    std::string line;
+  } cases[] = {
+      {502, page, "502 Bad Gateway\n"},
+      {503, "<html><body>Busy</body></html>", "HTTP 503: a page instead of an answer\n"},
+      {429, R"({"error":{"message":"Too\nfast."}})", "HTTP 429: Too fast.\n"},
+      {401, R"({"error":{"message":"No."}})", "HTTP 401: No. (OPENAI does not take the key.)\n"},
+      {500, R"({"error":{"message":")" + std::string(1000, 'x') + R"("}})",
+       "HTTP 500: " + std::string(400, 'x') + " ... (--raw shows all)\n"},
+  };
+  for (const auto& row : cases) {
+    enqueue(row.status, row.body);
+    EXPECT_EQ(talk({"ask", "q"}).error, row.line);
+  }
+  enqueue(502, page);
+  EXPECT_EQ(talk({"ask", "q", "--raw"}).error, page + "\n");
+}
+
 TEST_F(ConsoleProgram, MasksAKeyThatTheProviderRepeats) {
   enqueue(401, R"({"error":{"message":"Bad key sk-secret."}})");
   const ChildResult asked = talk({"ask", "q"});
@@ -355,7 +402,7 @@ TEST_F(ConsoleProgram, GoesOnWithAConversationAfterAFailedQuestion) {
   const ChildResult failed = talk({"chat"}, "one\n");
 
   EXPECT_EQ(recovered.exitCode, 0);
-  EXPECT_EQ(recovered.error, "Try later.\n");
+  EXPECT_EQ(recovered.error, "HTTP 500: Try later.\n");
   EXPECT_NE(recovered.output.find("no earlier turns"), std::string::npos) << recovered.output;
   EXPECT_EQ(failed.exitCode, 1);
 }
@@ -366,7 +413,7 @@ TEST_F(ConsoleProgram, TellsARefusalFromANetworkThatFails) {
     int exitCode;
     const char* sentence;
   } cases[] = {
-      {{401, R"({"error":{"message":"Bad key."}})"}, 1, "Bad key.\n"},
+      {{401, R"({"error":{"message":"Bad key."}})"}, 1, "HTTP 401: Bad key. (OPENAI does not take the key.)\n"},
       {{200, "hello"}, 1, "Invalid response: p/v1/chat/completions\n"},
       {{200, "{}"}, 1, "Unsupported data format: p/v1/chat/completions\n"},
       {{200, "{}", {}, {}, std::nullopt, true}, 3, "\n"},

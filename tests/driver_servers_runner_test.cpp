@@ -212,7 +212,7 @@ TEST_F(PostgreSql, IsTalkedAboutByTheConsole) {
   const std::string folder = server->folder().string();
   const std::string database = "postgresql:///postgres?host=" + folder + "&user=";
   const auto prompt =
-      support::runChild({ZEA_PROGRAM, "prompt", "--db", database + "zea", "--tables", "clients", "others"});
+      support::runChild({ZEA_PROGRAM, "prompt", "--db", database + "zea", "--tables", "clients", "--tables", "others"});
   EXPECT_NE(prompt.output.find("CREATE TABLE `public`.`others`"), std::string::npos) << prompt.output << prompt.error;
   EXPECT_NE(prompt.output.find("CREATE TABLE `shop`.`clients` (`id` integer NOT NULL, `name` text"), std::string::npos);
   const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database + "talker", "--sql", "Show the clients"});

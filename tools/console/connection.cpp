@@ -5,8 +5,10 @@
 #include <stdexcept>
 #include <utility>
 
+#include "console/failure_text.h"
 #include "console/interrupt.h"
 #include "console/utf8.h"
+#include "console/waiting_note.h"
 
 namespace console {
 
@@ -49,7 +51,10 @@ std::vector<std::string> Connection::listModels() {
 
 std::string Connection::ask(const std::string& question) {
   const CancelOnInterrupt interrupt(calls_);
-  const auto [reply, failure] = assistant_->addMessage(repairUtf8(question));
+  const auto [reply, failure] = [&] {
+    const WaitingNote waiting;
+    return assistant_->addMessage(repairUtf8(question));
+  }();
   const Owned<IZEAMessage> message(reply);
   if (!message) throw fail(failure);
   std::string text;
@@ -64,6 +69,7 @@ std::string Connection::ask(const std::string& question) {
 
 std::string Connection::askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {
   const CancelOnInterrupt interrupt(calls_);
+  const WaitingNote waiting;
   const auto asked = zeakit::askForStatement(*assistant_, runner, repairUtf8(question));
   if (!asked.error.empty()) throw fail(asked.error);
   return asked.statement;
@@ -74,9 +80,11 @@ Failure Connection::fail(const std::string& sentence) const {
   // What is shorter is no key, and a part of words.
   constexpr std::size_t shortestKey = 8;
   const std::string masked = key_.size() < shortestKey ? sentence : qxMaskSecret(sentence, key_);
+  std::string text = isRaw_ || sentence.empty() ? masked : shortenFailure(masked, code);
+  if (text.empty()) text = "The provider gave no reason.";
+  if (code == 401 && !isRaw_) text += " (" + std::string(provider_.name) + " does not take the key.)";
   const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
-  return {isTransport ? ExitCode::Transport : ExitCode::Refused,
-          sentence.empty() ? "The provider gave no reason." : masked};
+  return {isTransport ? ExitCode::Transport : ExitCode::Refused, text};
 }
 
 }  // namespace console

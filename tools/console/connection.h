@@ -27,6 +27,8 @@ class Connection {
   Connection(const Provider& provider, const std::string& key, const std::string& host, IZEAAssistantMemory* memory);
 
   const Provider& provider() const { return provider_; }
+  /// Shows failures whole from now on.
+  void showRawFailures() { isRaw_ = true; }
 
   void set(const std::string& key, const CMVariant& value);
   void setText(const std::string& key, const std::string& text);
@@ -42,6 +44,7 @@ class Connection {
   Failure fail(const std::string& sentence) const;
 
   Provider provider_;
+  bool isRaw_ = false;
   std::string key_;                                                             // masked in what the provider says
   std::shared_ptr<QXCancelSource> calls_ = std::make_shared<QXCancelSource>();  // knows how the last one ended
   Owned<IZEAAssistant> assistant_;

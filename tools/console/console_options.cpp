@@ -22,9 +22,9 @@ std::string writeFooter() {
          listKeyVariables() +
          "Answers go to standard output, everything else to standard error.\n\n"
          "Exit codes: 0 answered; 1 the provider refused or its answer could not be used; 2 the command line, or what\n"
-         "it names, cannot be used; 3 the provider could not be reached; 4 the model answered with nothing. A chat "
-         "ends with 0 at a terminal; otherwise\n"
-         "with the code of its last question.";
+         "it names, cannot be used; 3 the provider could not be reached; 4 the model answered with nothing.\n"
+         "A "
+         "chat ends with 0 at a terminal; otherwise with the code of its last question.";
 }
 
 /// An empty value is a variable that was not set more often than a wish: a key would go to a host that nobody meant.
@@ -39,7 +39,9 @@ class OptionsReader {
     app_.require_subcommand(1);
     app_.footer(writeFooter());
     addAsk();
-    addDatabaseCommand(Command::Chat, "chat", "Talk about a database, line by line; /help tells more");
+    CLI::App* chat = addDatabaseCommand(Command::Chat, "chat", "Talk about a database, line by line; /help tells more");
+    chat->add_flag("--keep", options_.keeps, "Keep the conversation in a file of your own, for --continue");
+    chat->add_flag("--continue", options_.continues, "Go on with the conversation that was kept last");
     addPrompt();
     addModels();
     addSample();
@@ -101,6 +103,7 @@ class OptionsReader {
     command.add_option("--key-file", options_.keyFile, "A file whose first line is the provider's key")
         ->check(isGiven())
         ->type_name("FILE");
+    command.add_flag("--raw", options_.isRaw, "Show what a server says when it fails as it stands");
     command.add_option("--ca-file", options_.caFile, "Certificate authorities to trust instead of the system's (PEM)")
         ->check(isGiven())
         ->type_name("FILE");
@@ -118,7 +121,9 @@ class OptionsReader {
   }
 
   void addInstructions(CLI::App& command) {
-    command.add_option("--tables", options_.tables, "Only tables of these names; * stands for anything")
+    command
+        .add_option("--tables", options_.tables, "Only tables of that name, * for anything; may be given several times")
+        ->allow_extra_args(false)
         ->check(isGiven())
         ->type_name("PATTERN");
     command.add_option("--instructions", options_.instructions, "Your own instructions to the model")

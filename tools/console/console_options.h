@@ -28,6 +28,9 @@ struct ConsoleOptions {
   std::string proxy;
   std::string noProxy;
   std::optional<std::int32_t> timeoutSeconds;
+  bool isRaw = false;           // failures are shown whole
+  bool keeps = false;           // Chat: the conversation is stored
+  bool continues = false;       // Chat: with the latest one that was
   bool showsStatement = false;  // Ask: the statement alone
   bool runsStatement = false;   // Ask: its rows
   std::optional<double> temperature;

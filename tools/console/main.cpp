@@ -37,6 +37,7 @@ ExitCode talk(const ConsoleOptions& options) {
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
   session->describeDatabase(structure);
   if (options.command == Command::Chat) {
+    if (options.keeps || options.continues) session->keepConversation();
     return runChat(*session, [&options] { return openRunner(options.databaseFile); });
   }
   if (options.command == Command::Prompt) {

@@ -64,6 +64,24 @@ std::unique_ptr<Session> Session::createOffline(const ConsoleOptions& options) {
 Session::Session(const ConsoleOptions& options)
     : options_(options), window_(memory_, {0, kTokensOfTurns, true}), focused_(window_, fitOptionsOf(options)) {}
 
+void Session::keepConversation() {
+  kept_ = std::make_unique<KeptConversation>(!options_.continues);
+  memory_.keepIn(kept_->memory());
+  const std::size_t answers = kept_->memory().obtainEntries(0).size() / 2;
+  printNote("This conversation is kept: " + kept_->title() + ", " + std::to_string(answers) + " answers so far.");
+}
+
+void Session::startAnew() {
+  memory_.forgetTurns();
+  if (kept_ == nullptr) return;
+  kept_->startAnew();
+  memory_.keepIn(kept_->memory());
+}
+
+void Session::noteWhatIsNotKept() const {
+  if (kept_ != nullptr && !kept_->failure().empty()) printNote(kept_->failure());
+}
+
 void Session::focus(const std::string& question) {
   if (options_.budget == 0) return;
   tables_ = focused_.focus(question).tables;
@@ -85,6 +103,7 @@ void Session::connectTo(const Provider& provider, const std::string& key, const 
                         const std::string& model) {
   auto next = std::make_unique<Connection>(provider, key, host, &focused_);
   configure(*next);
+  if (options_.isRaw) next->showRawFailures();
   if (!model.empty()) next->setText("model", model);
   connection_ = std::move(next);
 }

@@ -13,6 +13,7 @@
 #include "console/chat_memory.h"
 #include "console/connection.h"
 #include "console/console_options.h"
+#include "console/kept_conversation.h"
 
 namespace console {
 
@@ -43,13 +44,17 @@ class Session {
   /// The whole system prompt, exactly as it is sent.
   std::string obtainPrompt() const { return connection_->obtainText("combined_instructions"); }
 
-  /// Forgets the turns.
-  void startAnew() { memory_.forgetTurns(); }
+  /// Forgets the turns; what was kept of them stays so.
+  void startAnew();
+  /// Keeps the turns from now on, after those of the conversation that was kept last if the options say so.
+  void keepConversation();
 
   std::vector<std::string> listModels() { return connection_->listModels(); }
   std::string ask(const std::string& question) {
     focus(question);
-    return connection_->ask(question);
+    std::string answer = connection_->ask(question);
+    noteWhatIsNotKept();
+    return answer;
   }
   std::string askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {
     focus(question);
@@ -61,6 +66,7 @@ class Session {
  private:
   explicit Session(const ConsoleOptions& options);
 
+  void noteWhatIsNotKept() const;
   // Fits the structure to what is asked next.
   void focus(const std::string& question);
 
@@ -72,6 +78,7 @@ class Session {
   CMVariantMap systemInstructions_;
   // What a member uses is declared ahead of it: the stand-in and the memory outlive the connection.
   std::unique_ptr<standin::Server> standin_;
+  std::unique_ptr<KeptConversation> kept_;
   ChatMemory memory_;
   zeakit::WindowMemory window_;
   zeakit::FocusedMemory focused_;
