@@ -520,6 +520,7 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
       {{"ask", "--db", "mysql://me@h/d?password=sk-secret", "q"}, "A password is no argument"},
       {{"ask", "--db", "mysql://h:port/d", "q"}, "The port of the database is no number."},
       {{"ask", "--db", "mysql:///d?socket=%2Fnone%2Fs", "q"}, "/none/s"},
+      {{"ask", "--db", "postgresql://me@localhost:1,localhost:2/d", "q"}, "The database cannot be opened"},
       {{"ask", "--db", "postgresql:///d?host=/none", "q"}, "The database cannot be opened"},
       {{"ask", "--db", good, "q", "--colour"}, "There is no option --colour here."},
       {{"ask", "--db", good, "q", "--temperature", "warm"}, "--temperature"},

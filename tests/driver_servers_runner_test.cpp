@@ -206,15 +206,15 @@ TEST_F(PostgreSql, RunsNothingThatDoesMoreThanRead) {
 
 TEST_F(PostgreSql, IsTalkedAboutByTheConsole) {
   run(connect(),
-      "CREATE SCHEMA shop; CREATE TABLE shop.clients(id int PRIMARY KEY, name text); INSERT INTO shop.clients"
+      "CREATE SCHEMA till; CREATE TABLE till.clients(id int PRIMARY KEY, name text); INSERT INTO till.clients"
       " VALUES (1, 'Ada'); CREATE TABLE public.others(id int); CREATE ROLE talker LOGIN; GRANT USAGE ON SCHEMA"
-      " shop TO talker; GRANT SELECT ON ALL TABLES IN SCHEMA shop TO talker");
+      " till TO talker; GRANT SELECT ON ALL TABLES IN SCHEMA till TO talker");
   const std::string folder = server->folder().string();
   const std::string database = "postgresql:///postgres?host=" + folder + "&user=";
   const auto prompt =
       support::runChild({ZEA_PROGRAM, "prompt", "--db", database + "zea", "--tables", "clients", "--tables", "others"});
   EXPECT_NE(prompt.output.find("CREATE TABLE `public`.`others`"), std::string::npos) << prompt.output << prompt.error;
-  EXPECT_NE(prompt.output.find("CREATE TABLE `shop`.`clients` (`id` integer NOT NULL, `name` text"), std::string::npos);
+  EXPECT_NE(prompt.output.find("CREATE TABLE `till`.`clients` (`id` integer NOT NULL, `name` text"), std::string::npos);
   const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database + "talker", "--sql", "Show the clients"});
   EXPECT_EQ(asked.exitCode, 0) << asked.error;
   EXPECT_NE(asked.output.find("clients"), std::string::npos) << asked.output;
@@ -287,6 +287,10 @@ constexpr Attack kMariaDbAttacks[] = {
     {'x', "SELECT * INTO OUTFILE 'FOLDER/out' FROM w.t"},
     {'x', "SELECT name INTO DUMPFILE 'FOLDER/out' FROM w.t LIMIT 1"},
     {'x', "SELECT 1 INTO @a"},
+    {'x', "SELECT '.' INTO @a"},
+    {'x', "SELECT 1.INTO @a"},
+    {'x', "SELECT \"load_file\"('/etc/passwd')"},
+    {'s', "SELECT 1; ';'"},
     {'x', "SELECT @a := 1"},
     {'x', "SELECT 1 /*! INTO OUTFILE 'FOLDER/out' */"},
     {'x', "SELECT 1 /*M! INTO OUTFILE 'FOLDER/out' */"},
@@ -398,9 +402,9 @@ TEST_F(MariaDb, RunsNothingThatDoesMoreThanRead) {
 
 TEST_F(MariaDb, IsTalkedAboutByTheConsole) {
   run(connect(),
-      "CREATE DATABASE shop; CREATE TABLE shop.clients(id int PRIMARY KEY, name text); INSERT INTO"
-      " shop.clients VALUES (1, 'Ada')");
-  const std::string database = "mysql://zea@localhost/shop?socket=" + server->folder().string() + "/s";
+      "CREATE DATABASE till; CREATE TABLE till.clients(id int PRIMARY KEY, name text); INSERT INTO"
+      " till.clients VALUES (1, 'Ada')");
+  const std::string database = "mysql://zea@localhost/till?socket=" + server->folder().string() + "/s";
   const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database, "--run", "Show the clients"});
   EXPECT_EQ(asked.exitCode, 0) << asked.error;
   EXPECT_NE(asked.output.find("Ada"), std::string::npos) << asked.output << asked.error;

@@ -6,23 +6,12 @@
 #include <array>
 #include <limits>
 
+#include "name_mentions.h"
 #include "statement_words.h"
 
 namespace zeakit {
 
 namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
-
-bool isBlank(std::string_view text) { return text.find_first_not_of(kWhiteSpace) == text.npos; }
-
-std::string lowerCase(std::string_view text) {
-  std::string lower(text);
-  for (char& byte : lower) {
-    if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
-  }
-  return lower;
-}
 
 bool isSqlLanguage(std::string_view language) {
   static constexpr std::array<std::string_view, 12> kNames = {"sql",        "mysql",   "mariadb", "postgres",

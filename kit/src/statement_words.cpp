@@ -86,6 +86,8 @@ constexpr std::array<Verb, 16> kVerbs = {{{"SELECT", {"FROM"}},
 
 }  // namespace
 
+bool isBlank(std::string_view text) { return text.find_first_not_of(kWhiteSpace) == text.npos; }
+
 bool isStatement(std::string_view text) {
   text = statementIn(text);
   const auto end = std::find_if_not(text.begin(), text.end(), isWordByte);

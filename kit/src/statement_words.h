@@ -6,6 +6,9 @@
 
 namespace zeakit {
 
+/// Nothing but white space.
+bool isBlank(std::string_view text);
+
 /// Whether the text is a statement and no sentence: "SELECT id FROM t" is one, "Select the rows" isn't.
 bool isStatement(std::string_view text);
 

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 
+#include "statement_words.h"
 #include "zeakit/token_estimate.h"
 
 namespace zeakit {
@@ -14,8 +15,6 @@ using Entries = std::vector<ZEAAssistantMemoryEntry>;
 
 // What a provider's format adds to the text of a turn.
 constexpr std::size_t kTokensOfFrame = 4;
-
-bool isBlank(const std::string& text) { return text.find_first_not_of(" \t\r\n\v\f") == text.npos; }
 
 /// From `begin` to `end` in the turns of the memory.
 struct Pair {

@@ -11,7 +11,6 @@
 
 #include "console/console_output.h"
 #include "console/line_reader.h"
-#include "console/row_table.h"
 
 namespace console {
 
@@ -47,7 +46,7 @@ class Chat {
       const std::string text = qxTrimAsString(*line);
       if (isFarewell(text)) break;
       if (text.empty()) continue;
-      text.starts_with('/') ? obey(text) : answer(*line);
+      text.starts_with('/') ? tryToObey(text) : answer(*line);
     }
     return lastCode_;
   }
@@ -62,6 +61,14 @@ class Chat {
     } catch (const Failure& failure) {
       printNote(failure.what());
       lastCode_ = failure.code();
+    }
+  }
+
+  void tryToObey(const std::string& line) {
+    try {
+      obey(line);
+    } catch (const Failure& failure) {
+      printNote(failure.what());
     }
   }
 
@@ -95,15 +102,8 @@ class Chat {
 
   void runStatement() {
     if (statement_.empty()) return printNote("The last answer has no statement.");
-    try {
-      if (runner_ == nullptr) runner_ = openRunner_();
-    } catch (const Failure& failure) {
-      return printNote(failure.what());
-    }
-    const auto result = runner_->run(statement_);
-    if (!result.columns.empty()) printText(writeTable(result));
-    if (result.isCut) printNote("There are more rows.");
-    if (!result.error.empty()) printNote(result.error);
+    if (runner_ == nullptr) runner_ = openRunner_();
+    printRows(runner_->run(statement_));
   }
 
   void changeProvider(const std::string& arguments) {

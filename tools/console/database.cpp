@@ -1,16 +1,12 @@
 #include "console/database.h"
 
 #include <zeakit/structure_index.h>
-#include <zeasqlite/read_only_runner.h>
-#include <zeasqlite/read_structure.h>
-#ifdef ZEA_HAS_POSTGRESQL
-#include <zeapostgresql/read_only_runner.h>
-#include <zeapostgresql/read_structure.h>
-#endif
-#ifdef ZEA_HAS_MARIADB
 #include <zeamariadb/read_only_runner.h>
 #include <zeamariadb/read_structure.h>
-#endif
+#include <zeapostgresql/read_only_runner.h>
+#include <zeapostgresql/read_structure.h>
+#include <zeasqlite/read_only_runner.h>
+#include <zeasqlite/read_structure.h>
 
 #include <utility>
 
@@ -24,14 +20,17 @@ namespace {
 
 enum class System { SQLite, PostgreSQL, MariaDB };
 
+/// Throws `Failure` for a URL with a password.
 System systemOf(const std::string& name) {
   const std::string scheme = obtainScheme(name);
+  if (scheme.empty()) return System::SQLite;
+  refusePassword(name);
   if (scheme == "postgresql" || scheme == "postgres") return System::PostgreSQL;
   return scheme == "mysql" || scheme == "mariadb" ? System::MariaDB : System::SQLite;
 }
 
-#ifdef ZEA_HAS_MARIADB
-zeamariadb::Address addressOf(const DatabaseUrl& url) {
+zeamariadb::Address addressOf(const std::string& name) {
+  const DatabaseUrl url = readDatabaseUrl(name);
   zeamariadb::Address address;
   address.host = url.host;
   address.port = url.port;
@@ -40,46 +39,29 @@ zeamariadb::Address addressOf(const DatabaseUrl& url) {
   address.socket = url.socket;
   return address;
 }
-#endif
-
-[[noreturn, maybe_unused]] void refuse(const char* system) {
-  throw Failure(ExitCode::Usage, std::string("This zea was built without ").append(system).append("."));
-}
 
 zeakit::ReadResult readFrom(const std::string& name, const zeakit::StructureOptions& filter) {
-  const System system = systemOf(name);
-  if (system == System::SQLite) return zeasqlite::readStructure(name, filter);
-  const DatabaseUrl url = readDatabaseUrl(name);  // which refuses a password
-  if (system == System::PostgreSQL) {
-#ifdef ZEA_HAS_POSTGRESQL
-    return zeapostgresql::readStructure(name, filter);
-#else
-    refuse("PostgreSQL");
-#endif
+  switch (systemOf(name)) {
+    case System::PostgreSQL:
+      return zeapostgresql::readStructure(name, filter);
+    case System::MariaDB:
+      return zeamariadb::readStructure(addressOf(name), filter);
+    case System::SQLite:
+      break;
   }
-#ifdef ZEA_HAS_MARIADB
-  return zeamariadb::readStructure(addressOf(url), filter);
-#else
-  refuse("MariaDB");
-#endif
+  return zeasqlite::readStructure(name, filter);
 }
 
 zeakit::OpenedRunner openRunnerOf(const std::string& name) {
-  const System system = systemOf(name);
-  if (system == System::SQLite) return zeasqlite::openReadOnlyRunner(name);
-  const DatabaseUrl url = readDatabaseUrl(name);
-  if (system == System::PostgreSQL) {
-#ifdef ZEA_HAS_POSTGRESQL
-    return zeapostgresql::openReadOnlyRunner(name);
-#else
-    refuse("PostgreSQL");
-#endif
+  switch (systemOf(name)) {
+    case System::PostgreSQL:
+      return zeapostgresql::openReadOnlyRunner(name);
+    case System::MariaDB:
+      return zeamariadb::openReadOnlyRunner(addressOf(name));
+    case System::SQLite:
+      break;
   }
-#ifdef ZEA_HAS_MARIADB
-  return zeamariadb::openReadOnlyRunner(addressOf(url));
-#else
-  refuse("MariaDB");
-#endif
+  return zeasqlite::openReadOnlyRunner(name);
 }
 
 }  // namespace

@@ -31,8 +31,21 @@ std::string_view takeUntil(std::string_view& text, char mark) {
   return part;
 }
 
-bool hasPassword(std::string_view user, std::string_view query) {
-  return user.find(':') != user.npos || query.find("password") != query.npos;
+struct Pieces {
+  std::string_view user, place, path, query;
+};
+
+Pieces splitUrl(std::string_view url) {
+  url.remove_prefix(std::min(url.find("://") + 3, url.size()));
+  Pieces pieces;
+  pieces.query = url;
+  pieces.path = takeUntil(pieces.query, '?');
+  pieces.place = takeUntil(pieces.path, '/');
+  const std::size_t at = pieces.place.rfind('@');
+  if (at == pieces.place.npos) return pieces;
+  pieces.user = pieces.place.substr(0, at);
+  pieces.place.remove_prefix(at + 1);
+  return pieces;
 }
 
 }  // namespace
@@ -47,32 +60,28 @@ std::string obtainScheme(const std::string& name) {
   return scheme;
 }
 
+void refusePassword(const std::string& url) {
+  const Pieces pieces = splitUrl(url);
+  const bool hasPassword =
+      pieces.user.find(':') != pieces.user.npos || pieces.query.find("password") != pieces.query.npos;
+  if (!hasPassword) return;
+  throw Failure(ExitCode::Usage,
+                "A password is no argument: put it where the database's own client looks for it, such as ~/.pgpass, "
+                "PGPASSWORD or the option file ~/.my.cnf.");
+}
+
 DatabaseUrl readDatabaseUrl(const std::string& url) {
-  std::string_view rest(url);
-  rest.remove_prefix(std::min(url.find("://") + 3, url.size()));
-  std::string_view place = rest;
-  const std::string_view location = takeUntil(place, '?');
-  const std::string_view query = place;
-  std::string_view path = location;
-  std::string_view authority = takeUntil(path, '/');
+  Pieces pieces = splitUrl(url);
   DatabaseUrl parts;
-  const std::size_t at = authority.rfind('@');
-  const std::string_view user = at == authority.npos ? std::string_view() : authority.substr(0, at);
-  if (hasPassword(user, query)) {
-    throw Failure(ExitCode::Usage,
-                  "A password is no argument: put it where the database's own client looks for it, such as ~/.pgpass, "
-                  "PGPASSWORD or the option file ~/.my.cnf.");
-  }
-  if (at != authority.npos) authority.remove_prefix(at + 1);
-  parts.user = decoded(user);
-  parts.host = decoded(takeUntil(authority, ':'));
-  if (!authority.empty() && std::from_chars(authority.data(), authority.data() + authority.size(), parts.port).ptr !=
-                                authority.data() + authority.size()) {
+  parts.user = decoded(pieces.user);
+  parts.host = decoded(takeUntil(pieces.place, ':'));
+  const char* const end = pieces.place.data() + pieces.place.size();
+  if (!pieces.place.empty() && std::from_chars(pieces.place.data(), end, parts.port).ptr != end) {
     throw Failure(ExitCode::Usage, "The port of the database is no number.");
   }
-  parts.database = decoded(path);
-  for (std::string_view options = query; !options.empty();) {
-    std::string_view value = takeUntil(options, '&');
+  parts.database = decoded(pieces.path);
+  while (!pieces.query.empty()) {
+    std::string_view value = takeUntil(pieces.query, '&');
     if (takeUntil(value, '=') == "socket") parts.socket = decoded(value);
   }
   return parts;

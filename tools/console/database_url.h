@@ -17,8 +17,11 @@ struct DatabaseUrl {
 /// What stands ahead of "://", in lower case; empty for a file.
 std::string obtainScheme(const std::string& name);
 
-/// Throws `Failure` for a port that is none and for a password, of which the sentence repeats nothing: lists of
-/// programs show command lines to everybody.
+/// Throws `Failure` when a URL holds a password, of which the sentence repeats nothing: lists of programs show command
+/// lines to everybody.
+void refusePassword(const std::string& url);
+
+/// The parts of a URL for MariaDB or MySQL; libpq reads its own. Throws `Failure` for a port that is none.
 DatabaseUrl readDatabaseUrl(const std::string& url);
 
 }  // namespace console

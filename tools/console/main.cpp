@@ -8,7 +8,6 @@
 #include "console/failure.h"
 #include "console/http_settings.h"
 #include "console/provider.h"
-#include "console/row_table.h"
 #include "console/sample_database.h"
 #include "console/session.h"
 
@@ -25,10 +24,8 @@ ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
   }
   printNote(statement);
   const auto result = runner->run(statement);
-  if (!result.columns.empty()) printText(writeTable(result));
-  if (result.isCut) printNote("There are more rows.");
-  if (!result.error.empty()) throw Failure(ExitCode::Refused, result.error);
-  return ExitCode::Success;
+  printRows(result);
+  return result.error.empty() ? ExitCode::Success : ExitCode::Refused;
 }
 
 ExitCode talk(const ConsoleOptions& options) {

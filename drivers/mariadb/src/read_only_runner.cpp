@@ -1,11 +1,15 @@
 #include "zeamariadb/read_only_runner.h"
 
 #include <mysql.h>
+#include <pthread.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "open_connection.h"
@@ -24,7 +28,10 @@ using zeakit::Verdict;
 constexpr unsigned long kLargestPacket = 64UL * 1024 * 1024;
 constexpr unsigned kBinaryCharacterSet = 63;
 constexpr auto kAskEvery = std::chrono::milliseconds(50);
-constexpr int kMostAsks = 20;
+
+struct RestoreSignals {
+  void operator()(sigset_t* signals) const { pthread_sigmask(SIG_SETMASK, signals, nullptr); }
+};
 
 struct CloseStatement {
   void operator()(MYSQL_STMT* statement) const { mysql_stmt_close(statement); }
@@ -143,9 +150,9 @@ class Runner final : public zeakit::IReadOnlyRunner {
   StatementResult run(const std::string& sql, const RunLimits& limits) override {
     isCancelled_ = false;
     const StatementCheck checked = check(sql);
-    if (checked.verdict != Verdict::Reads) return failed(checked.reason);
+    if (checked.verdict != Verdict::Reads) return StatementResult::failed(checked.reason);
     const std::string failure = connect();
-    if (!failure.empty()) return failed(failure);
+    if (!failure.empty()) return StatementResult::failed(failure);
     StatementResult result;
     if (!setLimits(limits) || !runCommand(connection_.get(), "START TRANSACTION READ ONLY")) {
       result.error = sentenceOf("The statement cannot be run", connection_.get());
@@ -159,26 +166,37 @@ class Runner final : public zeakit::IReadOnlyRunner {
 
   void cancel() noexcept override {
     isCancelled_ = true;
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (!isRunning_) return;
-    const unsigned long session = session_;
-    lock.unlock();
-    // Only another session can end a statement. Where it can't be had, the time limit ends it.
-    const OpenedConnection other = openConnection(address_);
-    const std::string sql = "KILL QUERY " + std::to_string(session);
-    lock.lock();
-    // Again and again: a server that has not begun with the statement doesn't hear it.
-    for (int i = 0; i < kMostAsks && other.error.empty() && isRunning_ && session == session_; ++i) {
-      static_cast<void>(runCommand(other.connection.get(), sql));
-      ended_.wait_for(lock, kAskEvery, [this] { return !isRunning_; });
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!isRunning_ || ending_.joinable()) return;
+    try {
+      ending_ = startThread();
+    } catch (const std::system_error&) {
+      // Without a thread to ask for its end the statement's time limit ends it.
     }
   }
 
  private:
-  static StatementResult failed(const std::string& reason) {
-    StatementResult result;
-    result.error = reason;
-    return result;
+  /// Signals of the process are left to the host's threads.
+  std::thread startThread() {
+    sigset_t all;
+    sigset_t former;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former);
+    const auto restored = std::unique_ptr<sigset_t, RestoreSignals>(&former);
+    return std::thread([this] { askToEnd(); });
+  }
+
+  /// Only another session can end a statement, and it may take its time to come up. Where it can't be had, the time
+  /// limit ends the statement.
+  void askToEnd() {
+    const OpenedConnection other = openConnection(address_);
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::string sql = "KILL QUERY " + std::to_string(session_);
+    // Again and again: a server that has not begun with the statement doesn't hear it.
+    while (other.error.empty() && isRunning_) {
+      static_cast<void>(runCommand(other.connection.get(), sql));
+      ended_.wait_for(lock, kAskEvery, [this] { return !isRunning_; });
+    }
   }
 
   /// What a database has stored may do anything.
@@ -228,6 +246,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
       isRunning_ = false;
     }
     ended_.notify_all();
+    if (ending_.joinable()) ending_.join();  // starts only while the statement runs
     if (!isDone) result.error = reasonOf(statement.get());
     // What is on its way would have to be read to its end.
     if (result.isCut) giveUpConnection();
@@ -299,6 +318,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
   std::mutex mutex_;  // what `cancel` looks at
   bool isRunning_ = false;
   std::condition_variable ended_;
+  std::thread ending_;
   unsigned long session_ = 0;
 };
 

@@ -17,6 +17,8 @@ struct Token {
   std::string text;  // words and names in lower case
 };
 
+bool isSign(const Token& token, std::string_view text) { return token.kind == TokenKind::Sign && token.text == text; }
+
 char lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
 
 bool isWordByte(char byte) {
@@ -101,19 +103,29 @@ bool isOneOf(const std::array<std::string_view, count>& words, std::string_view 
 
 constexpr std::array<std::string_view, 5> kQueries = {"select", "with", "values", "table", "("};
 constexpr std::array<std::string_view, 4> kExplaining = {"show", "describe", "desc", "explain"};
-// Reserved words that no query has, unless after a dot; as functions some of them are harmless.
+// Reserved words that no query has; as functions some of them are harmless, and names are quoted.
 constexpr std::array<std::string_view, 21> kOtherStatements = {
     "insert", "update", "delete", "replace", "into",   "outfile", "dumpfile", "lock", "procedure", "call",   "load",
     "alter",  "create", "drop",   "grant",   "revoke", "rename",  "optimize", "kill", "analyze",   "handler"};
-constexpr std::array<std::string_view, 24> kFunctions = {
-    "sleep",           "benchmark",         "load_file",
-    "get_lock",        "release_lock",      "is_free_lock",
-    "is_used_lock",    "release_all_locks", "master_pos_wait",
-    "source_pos_wait", "nextval",           "setval",
-    "lastval",         "master_gtid_wait",  "wait_for_executed_gtid_set",
-    "sys_exec",        "sys_eval",          "wait_until_sql_thread_after_gtids",
-    "last_insert_id",  "uuid_short",        "name_const",
-    "extractvalue",    "updatexml",         "set_user_var"};
+constexpr std::array<std::string_view, 19> kFunctions = {"sleep",
+                                                         "benchmark",
+                                                         "load_file",
+                                                         "get_lock",
+                                                         "release_lock",
+                                                         "is_free_lock",
+                                                         "is_used_lock",
+                                                         "release_all_locks",
+                                                         "master_pos_wait",
+                                                         "source_pos_wait",
+                                                         "nextval",
+                                                         "setval",
+                                                         "lastval",
+                                                         "master_gtid_wait",
+                                                         "wait_for_executed_gtid_set",
+                                                         "wait_until_sql_thread_after_gtids",
+                                                         "last_insert_id",
+                                                         "sys_exec",
+                                                         "sys_eval"};
 
 /// Whether a statement reads, word by word.
 class WordCheck {
@@ -121,17 +133,16 @@ class WordCheck {
   explicit WordCheck(CheckedStatement& statement) : statement_(statement) {}
 
   void take(const Token& token, const Token& before, const Token& after) {
-    if (token.text == ":=" || (token.kind == TokenKind::Sign && token.text == "@" && after.text == "@")) {
-      if (token.text == ":=") refuse("It sets a variable.");
-    }
-    const bool isName = token.kind == TokenKind::Word || token.kind == TokenKind::QuotedName;
-    if (!isName) return;
-    const bool isCalled = after.kind == TokenKind::Sign && after.text == "(";
+    if (isSign(token, ":=")) refuse("It sets a variable.");
+    if (token.kind == TokenKind::Sign) return;
+    // A text too: with ANSI_QUOTES what double quotes hold is a name.
+    const bool isCalled = isSign(after, "(");
     if (isCalled) {
       statement_.functions.push_back(token.text);
       if (isOneOf(kFunctions, token.text)) refuse("It calls " + token.text + ", which may do more than read.");
     }
-    if (token.kind == TokenKind::QuotedName || before.text == ".") return;
+    // Also after a dot: "1.INTO" is a number and a word.
+    if (token.kind != TokenKind::Word) return;
     const bool isOther = isOneOf(kOtherStatements, token.text) && !isCalled;
     const bool isShown = statement_.isExplained && firstWord_ == "show";
     if (isOther && !isShown) refuse("It locks, writes or runs another statement: " + token.text + ".");
@@ -172,8 +183,8 @@ CheckedStatement checkStatement(const std::string& sql) {
   bool hasSeveral = false;
   while (token.kind != TokenKind::End && token.kind != TokenKind::Unreadable) {
     Token after = tokens.next();
-    const bool isEnd = token.kind == TokenKind::Sign && token.text == ";";
-    hasSeveral = hasSeveral || (isEnd && after.kind != TokenKind::End && after.text != ";");
+    const bool isEnd = isSign(token, ";");
+    hasSeveral = hasSeveral || (isEnd && after.kind != TokenKind::End && !isSign(after, ";"));
     words.take(token, before, after);
     before = std::move(token);
     token = std::move(after);

@@ -96,9 +96,9 @@ class Runner final : public zeakit::IReadOnlyRunner {
     isCancelled_ = false;
     nextAsk_ = Clock::time_point();
     const StatementCheck checked = check(sql);
-    if (checked.verdict != Verdict::Reads) return failed(checked.reason);
+    if (checked.verdict != Verdict::Reads) return StatementResult::failed(checked.reason);
     const std::string failure = connect();
-    if (!failure.empty()) return failed(failure);
+    if (!failure.empty()) return StatementResult::failed(failure);
     const std::string milliseconds = std::to_string(std::max<std::int64_t>(limits.time.count(), 1));
     const std::string begin = "BEGIN TRANSACTION READ ONLY; SET LOCAL statement_timeout = " + milliseconds +
                               "; SET LOCAL lock_timeout = " + milliseconds + "; SET LOCAL client_encoding = 'UTF8'";
@@ -123,12 +123,6 @@ class Runner final : public zeakit::IReadOnlyRunner {
   void cancel() noexcept override { isCancelled_ = true; }
 
  private:
-  static StatementResult failed(const std::string& reason) {
-    StatementResult result;
-    result.error = reason;
-    return result;
-  }
-
   StatementCheck checkFunctions(const CheckedStatement& statement) {
     if (statement.functions.empty()) return statement.check;
     const std::string failure = connect();
@@ -214,10 +208,10 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   void describe(PGresult* part, StatementResult& result) {
+    types_.clear();
     for (int column = 0; column < PQnfields(part); ++column) {
       result.columns.push_back({PQfname(part, column), {}});
-      types_.resize(result.columns.size());
-      types_.back() = {PQftype(part, column), PQfmod(part, column)};
+      types_.emplace_back(PQftype(part, column), PQfmod(part, column));
     }
   }
 

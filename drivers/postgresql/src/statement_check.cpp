@@ -2,6 +2,7 @@
 
 #include <pg_query.h>
 #include <pthread.h>
+#include <signal.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -39,9 +40,15 @@ void* parse(void* argument) {
 bool parseOnOwnStack(Parsed& parsed) {
   pthread_attr_t attributes;
   if (pthread_attr_init(&attributes) != 0) return false;
+  // Signals of the process are left to the host's threads.
+  sigset_t all;
+  sigset_t former;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &former);
   pthread_t thread{};
   const bool isDone = pthread_attr_setstacksize(&attributes, kParserStack) == 0 &&
                       pthread_create(&thread, &attributes, parse, &parsed) == 0 && pthread_join(thread, nullptr) == 0;
+  pthread_sigmask(SIG_SETMASK, &former, nullptr);
   pthread_attr_destroy(&attributes);
   return isDone;
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -87,6 +88,12 @@ class Statement {
     isGood_ = code == SQLITE_ROW || code == SQLITE_DONE;
     return code == SQLITE_ROW;
   }
+  /// To its end; in SQLite's words why that failed, or nothing.
+  std::string run() {
+    while (step()) {
+    }
+    return failure();
+  }
   bool isGood() const { return isGood_; }
   std::string failure() const { return isGood_ ? std::string() : sqlite3_errmsg(connection_); }
 
@@ -119,13 +126,6 @@ std::string makeFile(const std::string& file) {
   return {};
 }
 
-std::string runOnce(sqlite3* connection, Statement& statement) {
-  while (statement.step()) {
-  }
-  static_cast<void>(connection);
-  return statement.failure();
-}
-
 ConversationList conversationsOf(Statement& rows) {
   ConversationList list;
   while (rows.step()) {
@@ -148,7 +148,7 @@ OpenedStore ConversationStore::open(const std::string& file) {
     return std::move(opened);
   };
   if (const std::string failure = makeFile(file); !failure.empty()) return refused(failure);
-  if (planToOpen(file).error == file + " is no regular file.") return refused("it is no regular file");
+  if (!std::filesystem::is_regular_file(file)) return refused("it is no regular file");
   auto database = std::make_unique<Database>();
   sqlite3* connection = nullptr;
   const int code = sqlite3_open_v2(file.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr);
@@ -181,7 +181,7 @@ NewConversation ConversationStore::create(const std::string& title) {
   Statement statement(database_->connection.get(),
                       "INSERT INTO conversations(title, started, changed) VALUES(?1, ?2, ?2)");
   statement.bind(title).bind(now());
-  const std::string failure = runOnce(database_->connection.get(), statement);
+  const std::string failure = statement.run();
   if (!failure.empty()) return {0, "The conversation cannot be stored: " + failure + "."};
   return {sqlite3_last_insert_rowid(database_->connection.get()), {}};
 }
@@ -204,7 +204,7 @@ ConversationList ConversationStore::search(const std::string& text) const {
 std::string ConversationStore::rename(std::int64_t conversation, const std::string& title) {
   Statement statement(database_->connection.get(), "UPDATE conversations SET title = ?1 WHERE id = ?2");
   statement.bind(title).bind(conversation);
-  const std::string failure = runOnce(database_->connection.get(), statement);
+  const std::string failure = statement.run();
   database_->clearLog();
   return failure.empty() ? failure : "The conversation cannot be renamed: " + failure + ".";
 }
@@ -212,7 +212,7 @@ std::string ConversationStore::rename(std::int64_t conversation, const std::stri
 std::string ConversationStore::remove(std::int64_t conversation) {
   Statement statement(database_->connection.get(), "DELETE FROM conversations WHERE id = ?1");
   statement.bind(conversation);
-  const std::string failure = runOnce(database_->connection.get(), statement);
+  const std::string failure = statement.run();
   database_->clearLog();
   return failure.empty() ? failure : "The conversation cannot be deleted: " + failure + ".";
 }
@@ -220,7 +220,7 @@ std::string ConversationStore::remove(std::int64_t conversation) {
 std::string ConversationStore::removeUnchangedSince(std::int64_t time) {
   Statement statement(database_->connection.get(), "DELETE FROM conversations WHERE changed < ?1");
   statement.bind(time);
-  const std::string failure = runOnce(database_->connection.get(), statement);
+  const std::string failure = statement.run();
   database_->clearLog();
   return failure.empty() ? failure : "The conversations cannot be deleted: " + failure + ".";
 }
@@ -235,7 +235,7 @@ std::string ConversationStore::add(std::int64_t conversation, const std::vector<
   for (const ZEAAssistantMemoryEntry& turn : turns) {
     Statement statement(connection, "INSERT INTO turns(conversation, role, text) VALUES(?1, ?2, ?3)");
     statement.bind(conversation).bind(turn.role).bind(turn.text);
-    const std::string failure = runOnce(connection, statement);
+    const std::string failure = statement.run();
     if (!failure.empty()) {
       const bool isGone = sqlite3_extended_errcode(connection) == SQLITE_CONSTRAINT_FOREIGNKEY;
       return database_->rolledBack(isGone ? "it has been deleted" : failure);
@@ -243,12 +243,9 @@ std::string ConversationStore::add(std::int64_t conversation, const std::vector<
   }
   Statement statement(connection, "UPDATE conversations SET changed = ?1 WHERE id = ?2");
   statement.bind(now()).bind(conversation);
-  const std::string failure = runOnce(connection, statement);
+  const std::string failure = statement.run();
   if (!failure.empty()) return database_->rolledBack(failure);
-  if (database_->run("COMMIT")) return {};
-  // What a foreign key says is known here only.
-  const bool isGone = sqlite3_extended_errcode(connection) == SQLITE_CONSTRAINT_FOREIGNKEY;
-  return database_->rolledBack(isGone ? "it has been deleted" : database_->error());
+  return database_->run("COMMIT") ? std::string() : database_->rolledBack(database_->error());
 }
 
 std::string ConversationStore::read(std::int64_t conversation, std::int32_t limit,

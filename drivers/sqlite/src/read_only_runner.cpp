@@ -39,18 +39,16 @@ using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
 const char* refusalOf(int action, const char* name) {
   const std::string_view text(name != nullptr ? name : "");
   // What reads or loads files where somebody has added it to SQLite.
-  static constexpr std::array<std::string_view, 6> kFunctions = {"load_extension", "readfile", "writefile",
-                                                                 "edit",           "fsdir",    "fts3_tokenizer"};
+  static constexpr std::array<const char*, 6> kFunctions = {"load_extension", "readfile", "writefile",
+                                                            "edit",           "fsdir",    "fts3_tokenizer"};
   switch (action) {
     case SQLITE_SELECT:
     case SQLITE_READ:
     case SQLITE_RECURSIVE:
       return nullptr;
     case SQLITE_FUNCTION: {
-      std::string lower(text);
-      std::transform(lower.begin(), lower.end(), lower.begin(),
-                     [](char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; });
-      const bool isDenied = std::find(kFunctions.begin(), kFunctions.end(), lower) != kFunctions.end();
+      const bool isDenied = std::any_of(kFunctions.begin(), kFunctions.end(),
+                                        [name](const char* denied) { return sqlite3_stricmp(name, denied) == 0; });
       return isDenied ? "It calls a function that reads or loads files." : nullptr;
     }
     case SQLITE_UPDATE:
@@ -102,10 +100,10 @@ class Runner final : public zeakit::IReadOnlyRunner {
 
   StatementResult explain(const std::string& sql) override {
     const std::string failure = connect();
-    if (!failure.empty()) return failed(failure);
+    if (!failure.empty()) return StatementResult::failed(failure);
     Statement statement;
     const StatementCheck checked = prepare(sql, statement);
-    if (checked.verdict != Verdict::Reads) return failed(checked.reason);
+    if (checked.verdict != Verdict::Reads) return StatementResult::failed(checked.reason);
     if (sqlite3_stmt_isexplain(statement.get()) != 0) return {};
     statement.reset();
     return run("EXPLAIN QUERY PLAN " + sql, RunLimits());
@@ -113,14 +111,14 @@ class Runner final : public zeakit::IReadOnlyRunner {
 
   StatementResult run(const std::string& sql, const RunLimits& limits) override {
     const std::string failure = connect();
-    if (!failure.empty()) return failed(failure);
+    if (!failure.empty()) return StatementResult::failed(failure);
     isCancelled_ = false;
     deadline_ = Clock::now() + limits.time;
     memoryBefore_ = sqlite3_memory_used();
     ending_ = nullptr;
     Statement statement;
     const StatementCheck checked = prepare(sql, statement);
-    if (checked.verdict != Verdict::Reads) return failed(checked.reason);
+    if (checked.verdict != Verdict::Reads) return StatementResult::failed(checked.reason);
     return readRows(statement.get(), limits);
   }
 
@@ -138,12 +136,6 @@ class Runner final : public zeakit::IReadOnlyRunner {
   }
 
   sqlite3* connection() const { return opened_.connection.get(); }
-
-  static StatementResult failed(const std::string& reason) {
-    StatementResult result;
-    result.error = reason;
-    return result;
-  }
 
   void configure(sqlite3* connection) {
     sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zeakit/export.h"
@@ -42,6 +43,13 @@ struct ResultCell {
 };
 
 struct StatementResult {
+  /// One without rows.
+  static StatementResult failed(std::string error) {
+    StatementResult result;
+    result.error = std::move(error);
+    return result;
+  }
+
   std::vector<ResultColumn> columns;
   std::vector<std::vector<ResultCell>> rows;
   /// Whether there are more rows than the limits on rows and bytes let through.
@@ -62,8 +70,8 @@ class ZEAKIT_API IReadOnlyRunner {
   /// statement is not run.
   [[nodiscard]] virtual StatementResult explain(const std::string& sql) = 0;
   [[nodiscard]] virtual StatementResult run(const std::string& sql, const RunLimits& limits = {}) = 0;
-  /// Ends the statement that is running; when none is, nothing happens. Any thread, while the runner lives. May take a
-  /// second where a server has to be asked.
+  /// Ends the statement that is running; when none is, nothing happens. Returns at once. Any thread, while the
+  /// runner lives.
   virtual void cancel() noexcept = 0;
 };
 

@@ -76,7 +76,7 @@ class ZEAKIT_API Worker {
   void listModels(std::function<void(ModelList)> callback);
   /// Runs anything else on the worker's thread, changes of properties among them; `callback` gets a sentence when the
   /// job threw or was cancelled before it ran. `cancelJob`, where the job is more than questions to the assistant, is
-  /// called by `cancel` while the job runs.
+  /// called by `cancel` and by the destructor while the job runs; it returns at once and doesn't call the worker.
   void run(std::function<void(IZEAAssistant&)> job, std::function<void(std::string failure)> callback,
            std::function<void()> cancelJob = nullptr);
 
