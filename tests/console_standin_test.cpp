@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <qx/qx.h>
+#include <standin/reply_rules.h>
 #include <standin/request_record.h>
 #include <standin/standin_model.h>
 #include <standin/zea_standin.h>
@@ -176,6 +177,50 @@ TEST(StandinModel, WritesASelectForTheTableThatTheQuestionMentions) {
 
     EXPECT_NE(reply.body.find(row.sql), std::string::npos) << row.question << " gave " << reply.body;
     EXPECT_NE(reply.body.find("3 tables (Categories, items, odd name) and 1 view (open_items)"), std::string::npos);
+  }
+}
+
+TEST(StandinRules, AnswerAsTheyAreWrittenInEachFormat) {
+  standin::ReplyRules rules(R"([{"contains": "BUSY", "status": 429, "answer": "Too fast.", "times": 2},
+                                {"contains": "busy", "answer": "Now I can."},
+                                {"contains": "slow", "delayMs": 70, "cutAfterBytes": 5},
+                                {"contains": "gone", "close": true},
+                                {"contains": "page", "status": 502, "body": "<html>"}])");
+  const auto ask = [&rules](const std::string& path, const std::string& body) {
+    return rules.answer({"POST", path, {{"Authorization", "Bearer k"}, {"anthropic-version", "1"}}, body});
+  };
+  const auto openAi = [&ask](const std::string& question) {
+    return ask("/v1/chat/completions", R"({"model":"m","messages":[{"role":"user","content":")" + question + R"("}]})");
+  };
+  for (const int status : {429, 429, 200, 200}) EXPECT_EQ(openAi("Are you busy?")->status, status);
+  EXPECT_NE(openAi("busy")->body.find(R"("content":"Now I can.")"), std::string::npos);
+  EXPECT_EQ(openAi("slow")->delay.count(), 70);
+  EXPECT_EQ(openAi("slow")->cutAfterBytes, 5U);
+  EXPECT_TRUE(openAi("gone")->closeUnanswered);
+  EXPECT_EQ(openAi("page")->status, 502);
+  EXPECT_EQ(openAi("page")->body, "<html>");
+  EXPECT_FALSE(openAi("other"));
+  const auto google =
+      ask("/v1beta/models/m:generateContent?key=k", R"({"contents":[{"role":"user","parts":[{"text":"busy"}]}]})");
+  EXPECT_NE(google->body.find(R"("parts":[{"text":"Now I can."}])"), std::string::npos) << google->body;
+}
+
+TEST(StandinRules, AreRefusedWithASentence) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"{}", "The rules are no JSON array."},
+      {"[", "The rules are no JSON array."},
+      {"[{}, 7]", "Rule 2 cannot be used: it is no object."},
+      {R"([{"status": 99}])", "Rule 1 cannot be used: status is too small."},
+      {R"([{"times": 0}])", "Rule 1 cannot be used: times is too small."},
+      {R"([{"answer": 1}])", "Rule 1 cannot be used: "},
+  };
+  for (const auto& [text, sentence] : cases) {
+    try {
+      const standin::ReplyRules rules(text);
+      ADD_FAILURE() << text;
+    } catch (const std::runtime_error& error) {
+      EXPECT_EQ(std::string(error.what()).rfind(sentence, 0), 0U) << error.what();
+    }
   }
 }
 

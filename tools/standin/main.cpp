@@ -7,9 +7,12 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "standin/reply_rules.h"
 #include "standin/request_record.h"
 #include "standin/standin_model.h"
 #include "standin/zea_standin.h"
@@ -19,6 +22,7 @@ namespace {
 struct Options {
   int port = 0;
   std::string recordFile;  // empty or "-": standard error
+  std::string rulesFile;   // empty: the model answers
 };
 
 std::ostream& openRecord(const std::string& name, std::ofstream& file) {
@@ -26,6 +30,13 @@ std::ostream& openRecord(const std::string& name, std::ofstream& file) {
   file.open(name, std::ios::app);
   if (!file) throw std::runtime_error("The file " + name + " cannot be written.");
   return file;
+}
+
+std::string readFile(const std::string& name) {
+  std::ifstream file(name);
+  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file) throw std::runtime_error("The file " + name + " cannot be read.");
+  return text;
 }
 
 // Signals that are blocked before the server starts its threads reach nobody but `sigwait`.
@@ -42,7 +53,10 @@ void run(const Options& options) {
   std::ofstream file;
   std::ostream& record = openRecord(options.recordFile, file);
   const sigset_t signals = blockEndSignals();
+  std::optional<standin::ReplyRules> rules;
+  if (!options.rulesFile.empty()) rules.emplace(readFile(options.rulesFile));
   standin::Server server(options.port);
+  if (rules) server.answerBy([&rules](const standin::Request& request) { return rules->answer(request); });
   server.observe([&record](const standin::Request& request) { record << describeRequest(request) << std::flush; });
   std::cout << server.url() << std::endl;
   int received = 0;
@@ -63,6 +77,8 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 65535));
     app.add_option("--record", options.recordFile,
                    "Append each request to this file instead of printing it on standard error; keys are left out");
+    app.add_option("--rules", options.rulesFile,
+                   "A JSON array of what is answered to which question; the README shows one");
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,5 +1,8 @@
 #include "standin/standin_model.h"
 
+#include <memory>
+#include <utility>
+
 #include "standin/formats.h"
 #include "standin/standin_words.h"
 
@@ -52,6 +55,40 @@ Reply answerAsModel(const Request& request) {
   }
   return refuse(*createOpenAiFormat(),
                 Refusal("Invalid URL (" + request.method + " " + pathOf(request) + ")", Fault::NotFound));
+}
+
+std::optional<std::string> questionOf(const Request& request) {
+  const COJson body(request.body);
+  if (!body.getIsValidJson()) return std::nullopt;
+  for (const auto& format : createFormats()) {
+    if (format->operationOf(request) != Operation::Chat) continue;
+    try {
+      return format->readChat(request, body).question;
+    } catch (const Refusal&) {
+      return std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
+Reply answerWith(const Request& request, int status, const std::string& text) {
+  std::unique_ptr<WireFormat> format = createOpenAiFormat();
+  for (auto& one : createFormats()) {
+    if (one->operationOf(request)) {
+      format = std::move(one);
+      break;
+    }
+  }
+  COJson body;
+  constexpr int firstFailure = 400;
+  if (status >= firstFailure) {
+    format->writeRefusal(Refusal(text), body);
+  } else {
+    Conversation conversation;
+    conversation.model = "standin-rules";
+    format->writeReply(conversation, text, body);
+  }
+  return replyWith(body, status);
 }
 
 std::string describePaths() {

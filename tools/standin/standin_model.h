@@ -1,6 +1,7 @@
 // What the stand-in says when no reply is scripted.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "standin/zea_standin.h"
@@ -13,5 +14,12 @@ Reply answerAsModel(const Request& request);
 
 /// The paths that are answered, in lines for people.
 std::string describePaths();
+
+/// The user's question in a chat request; nothing for any other request, and for one that cannot be read.
+std::optional<std::string> questionOf(const Request& request);
+
+/// A text as the model's answer to the request in its wire format, or, with a status from 400 on, as the reason for a
+/// refusal. A request of no known format is answered as OPENAI would.
+Reply answerWith(const Request& request, int status, const std::string& text);
 
 }  // namespace standin

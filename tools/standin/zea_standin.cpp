@@ -194,6 +194,11 @@ class Server::Implementation {
     script_.push_back(std::move(reply));
   }
 
+  void answerBy(std::function<std::optional<Reply>(const Request&)> script) {
+    const std::lock_guard lock(mutex_);
+    answerer_ = std::move(script);
+  }
+
   void observe(std::function<void(const Request&)> observer) {
     const std::lock_guard lock(mutex_);
     observer_ = std::move(observer);
@@ -254,13 +259,23 @@ class Server::Implementation {
 
   void handle(const httplib::Request& received, httplib::Response& response) {
     const Request request = readRequest(received);
-    const auto scripted = record(request);
+    auto scripted = record(request);
+    if (!scripted) scripted = askAnswerer(request);
     Reply reply = scripted ? *scripted : answerAsModel(request);
     if (!waitFor(reply.delay) || reply.closeUnanswered) {
       shutDownConnections(port_, request.clientPort);
       return;
     }
     writeReply(std::move(reply), response);
+  }
+
+  std::optional<Reply> askAnswerer(const Request& request) const {
+    std::function<std::optional<Reply>(const Request&)> answerer;
+    {
+      const std::lock_guard lock(mutex_);
+      answerer = answerer_;
+    }
+    return answerer ? answerer(request) : std::nullopt;
   }
 
   // False when the server's end came first.
@@ -277,6 +292,7 @@ class Server::Implementation {
   std::set<int> clientPorts_;
   std::deque<Reply> script_;
   std::function<void(const Request&)> observer_;
+  std::function<std::optional<Reply>(const Request&)> answerer_;
   std::unique_ptr<httplib::Server> server_;
   const char* scheme_;
   int port_ = 0;
@@ -298,6 +314,10 @@ int Server::port() const { return implementation_->port(); }
 std::string Server::url() const { return implementation_->url(); }
 
 void Server::enqueue(Reply reply) { implementation_->enqueue(std::move(reply)); }
+
+void Server::answerBy(std::function<std::optional<Reply>(const Request&)> script) {
+  implementation_->answerBy(std::move(script));
+}
 
 void Server::observe(std::function<void(const Request&)> observer) { implementation_->observe(std::move(observer)); }
 

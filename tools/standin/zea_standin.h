@@ -64,6 +64,11 @@ class Server {
   /// Scripted replies are used up in the order of their addition, one a request, whatever the request is.
   void enqueue(Reply reply);
 
+  /// Asks `script` for the answer to each request from now on for which no reply has been added; where it has none
+  /// either, the model answers. Called on threads of the server, several at once. It must neither throw nor call the
+  /// server.
+  void answerBy(std::function<std::optional<Reply>(const Request&)> script);
+
   /// Calls `observer` for each request from now on, one at a time, on a thread of the server and before the request is
   /// answered. It must neither throw nor call the server.
   void observe(std::function<void(const Request&)> observer);
