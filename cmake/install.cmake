@@ -12,6 +12,10 @@ install(DIRECTORY include/zea foundation/include/qx kit/include/zeakit DESTINATI
 if(ZEA_BUILD_TOOLS)
   set_target_properties(zea-console zea-standin PROPERTIES INSTALL_RPATH "${zea_origin}/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS zea-console zea-standin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(zea_share ${PROJECT_SOURCE_DIR}/tools/console/share)
+  install(FILES ${zea_share}/zea.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${zea_share}/zea.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zea)
+  install(FILES ${zea_share}/zea.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _zea)
 endif()
 
 set(zea_libraries zea zeakit)

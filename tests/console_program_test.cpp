@@ -1,70 +1,14 @@
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <qx/qx.h>
-#include <signal.h>
-#include <sqlite3.h>
-#include <standin/zea_standin.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <thread>
-#include <utility>
+#include <sys/stat.h>
 
-#include "support/child_process.h"
+#include "support/console_fixture.h"
 
 namespace {
 
 using support::ChildResult;
-
-/// The program, a folder for its files and a stand-in that listens.
-class ConsoleProgram : public testing::Test {
- protected:
-  ConsoleProgram() {
-    std::string pattern = std::filesystem::temp_directory_path() / "zea-console-XXXXXX";
-    folder_ = ::mkdtemp(pattern.data());
-    write("key", "sk-secret\nignored\n");
-  }
-  ~ConsoleProgram() override { std::filesystem::remove_all(folder_); }
-
-  std::string path(const std::string& name) const { return folder_ / name; }
-  void write(const std::string& name, const std::string& content) const { std::ofstream(path(name)) << content; }
-
-  // A database made by a script; in the folder, as "name".
-  void createDatabase(const std::string& name, const std::string& script) const {
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open(path(name).c_str(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, script.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-    ASSERT_EQ(sqlite3_close(database), SQLITE_OK);
-  }
-
-  static ChildResult run(std::vector<std::string> arguments, const std::string& input = {},
-                         const std::vector<std::string>& environment = {}) {
-    arguments.insert(arguments.begin(), ZEA_PROGRAM);
-    return support::runChild(arguments, environment, input);
-  }
-
-  // Asks the stand-in as the provider OPENAI.
-  ChildResult talk(std::vector<std::string> arguments, const std::string& input = {}) const {
-    createDatabase("small.db", "CREATE TABLE IF NOT EXISTS notes (id INTEGER PRIMARY KEY, text TEXT)");
-    const std::vector<std::string> more = {"--db", path("small.db"), "--provider", "OpenAI",  "--host",
-                                           url_,   "--key-file",     path("key"),  "--model", "m"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return run(arguments, input);
-  }
-
-  void enqueue(int status, const std::string& body) {
-    standin::Reply reply;
-    reply.status = status;
-    reply.body = body;
-    standin_.enqueue(reply);
-  }
-
-  standin::Server standin_;
-  std::string url_ = standin_.url();
-  std::filesystem::path folder_;
-};
+using support::openAiAnswer;
+using ConsoleProgram = support::ConsoleFixture;
 
 TEST_F(ConsoleProgram, AnswersAboutTheSampleDatabaseWithoutAProvider) {
   const ChildResult sample = run({"sample", path("shop.db")});
@@ -128,14 +72,6 @@ TEST_F(ConsoleProgram, SendsTheFirstTurnWithTheSecondQuestion) {
       << body;
 }
 
-std::string openAiAnswer(const std::string& text) {
-  COJson body;
-  COJsonValue* const message = body.addKeyValue("choices")->addArrayItem()->addKeyValue("message");
-  message->addKeyValue("role")->setStringValue("assistant");
-  message->addKeyValue("content")->setStringValue(text);
-  return body.obtainJsonString();
-}
-
 TEST_F(ConsoleProgram, RunsTheStatementsOfAnswersThatOnlyRead) {
   createDatabase("small.db",
                  "CREATE TABLE notes (id INTEGER PRIMARY KEY, text TEXT); INSERT INTO notes VALUES"
@@ -177,109 +113,6 @@ TEST_F(ConsoleProgram, TellsThatAnAnswerIsBlankAndForgetsTheQuestion) {
   EXPECT_NE(chat.error.find("The model answered with nothing"), std::string::npos);
   EXPECT_NE(chat.output.find("no earlier turns"), std::string::npos) << chat.output;
   EXPECT_EQ(asked.exitCode, 4);
-}
-
-/// The program at a terminal of its own.
-class Terminal {
- public:
-  explicit Terminal(std::vector<std::string> command) {
-    std::vector<char*> arguments;
-    for (std::string& argument : command) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
-    child_ = forkpty(&screen_, nullptr, nullptr, nullptr);
-    if (child_ == 0) {
-      ::setenv("TERM", "dumb", 1);
-      ::setenv("INPUTRC", "/dev/null", 1);
-      ::execv(arguments[0], arguments.data());
-      ::_exit(127);
-    }
-  }
-  ~Terminal() {
-    if (child_ > 0) {
-      ::kill(child_, SIGKILL);
-      ::waitpid(child_, nullptr, 0);
-    }
-    ::close(screen_);
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-
-  void type(const std::string& keys) const {
-    EXPECT_EQ(::write(screen_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-  }
-  /// What the screen shows until the text is there, or the program has ended.
-  std::string readUntil(const std::string& text) {
-    std::string shown;
-    while (shown.find(text) == std::string::npos) {
-      char part[1024];
-      const ssize_t count = ::read(screen_, part, sizeof(part));
-      if (count <= 0) break;
-      shown.append(part, static_cast<std::size_t>(count));
-    }
-    all_ += shown;
-    return shown;
-  }
-  int waitForEnd() {
-    readUntil("no such text");
-    int status = 0;
-    ::waitpid(std::exchange(child_, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-  const std::string& all() const { return all_; }
-
- private:
-  int screen_ = -1;
-  pid_t child_ = -1;
-  std::string all_;
-};
-
-// Ctrl-C ended the program, and with it the conversation.
-TEST_F(ConsoleProgram, ClearsTheLineAndEndsQuestionsWithControlC) {
-  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
-  enqueue(200, openAiAnswer("First."));
-  standin::Reply slow{200, "{}"};
-  slow.delay = std::chrono::minutes(10);
-  standin_.enqueue(slow);
-  enqueue(200, openAiAnswer("Third."));
-  Terminal terminal({ZEA_PROGRAM, "chat", "--db", path("small.db"), "--provider", "openai", "--host", url_,
-                     "--key-file", path("key"), "--model", "m"});
-
-  terminal.readUntil("zea> ");
-  terminal.type("one\n");
-  EXPECT_NE(terminal.readUntil("zea> ").find("First."), std::string::npos);
-  terminal.type("half a line\x03");
-  terminal.readUntil("\nzea> ");
-  terminal.type("two\n");
-  while (standin_.requests().size() < 2) std::this_thread::yield();
-  terminal.type("\x03");
-  EXPECT_NE(terminal.readUntil("zea> ").find("The request was cancelled."), std::string::npos);
-  terminal.type("three\n");
-  EXPECT_NE(terminal.readUntil("zea> ").find("Third."), std::string::npos);
-  terminal.type("\x04");
-
-  EXPECT_EQ(terminal.waitForEnd(), 0) << terminal.all();
-  ASSERT_EQ(standin_.requests().size(), 3U);
-  const std::string body = standin_.requests()[2].body;
-  EXPECT_NE(body.find(R"("one"},{"role":"assistant","content":"First."},{"role":"user","content":"three"}])"),
-            std::string::npos)
-      << body;
-}
-
-// The shell showed the key that was typed after Ctrl-Z and "fg".
-TEST_F(ConsoleProgram, ShowsNoKeyAfterControlZ) {
-  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
-  Terminal terminal({"/bin/sh", "-mic",
-                     "'" ZEA_PROGRAM "' ask q --db '" + path("small.db") + "' --provider openai --host " + url_ +
-                         " --model m; echo stopped; fg; echo ended"});
-
-  terminal.readUntil("Key for OPENAI: ");
-  terminal.type("\x1Asecret-key\n");
-  terminal.readUntil("stopped");
-  terminal.readUntil("ended");
-
-  EXPECT_EQ(terminal.all().find("secret-key"), std::string::npos) << terminal.all();
-  ASSERT_EQ(standin_.requests().size(), 1U) << terminal.all();
-  EXPECT_EQ(standin_.requests()[0].header("Authorization"), "Bearer secret-key");
 }
 
 TEST_F(ConsoleProgram, SendsTheTablesThatAQuestionNeeds) {
@@ -374,8 +207,10 @@ TEST_F(ConsoleProgram, TellsWhatAServerSaysInALine) {
   } cases[] = {
       {502, page, "502 Bad Gateway\n"},
       {503, "<html><body>Busy</body></html>", "HTTP 503: a page instead of an answer\n"},
-      {429, R"({"error":{"message":"Too\nfast."}})", "HTTP 429: Too fast.\n"},
-      {401, R"({"error":{"message":"No."}})", "HTTP 401: No. (OPENAI does not take the key.)\n"},
+      {429, R"({"error":{"message":"Too\nfast."}})",
+       "HTTP 429: Too fast. (OPENAI, with the key from the file of --key-file.)\n"},
+      {401, R"({"error":{"message":"No."}})",
+       "HTTP 401: No. (OPENAI does not take the key from the file of --key-file.)\n"},
       {500, R"({"error":{"message":")" + std::string(1000, 'x') + R"("}})",
        "HTTP 500: " + std::string(400, 'x') + " ... (--raw shows all)\n"},
   };
@@ -413,7 +248,9 @@ TEST_F(ConsoleProgram, TellsARefusalFromANetworkThatFails) {
     int exitCode;
     const char* sentence;
   } cases[] = {
-      {{401, R"({"error":{"message":"Bad key."}})"}, 1, "HTTP 401: Bad key. (OPENAI does not take the key.)\n"},
+      {{401, R"({"error":{"message":"Bad key."}})"},
+       1,
+       "HTTP 401: Bad key. (OPENAI does not take the key from the file of --key-file.)\n"},
       {{200, "hello"}, 1, "Invalid response: p/v1/chat/completions\n"},
       {{200, "{}"}, 1, "Unsupported data format: p/v1/chat/completions\n"},
       {{200, "{}", {}, {}, std::nullopt, true}, 3, "\n"},
@@ -473,8 +310,8 @@ TEST_F(ConsoleProgram, AsksAndListsWithEachProvider) {
 
 TEST_F(ConsoleProgram, CarriesTheConversationToAnotherProvider) {
   createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
-  const std::string input = "one\n/provider acme\n/provider anthropic\n/provider x m\ntwo\n/provider google g " + url_ +
-                            "\nthree\n/provider anthropic c " + url_ + "\nfour\n";
+  const std::string input = "one\n/provider acme\n/provider google\n/provider x m\ntwo\n/provider google g " + url_ +
+                            "\nthree\n/provider anthropic\nfour\n";
 
   const ChildResult chat =
       run({"chat", "--db", path("small.db"), "--provider", "anthropic", "--max-tokens", "77", "--model", "a",
@@ -482,7 +319,7 @@ TEST_F(ConsoleProgram, CarriesTheConversationToAnotherProvider) {
           input, {"GEMINI_API_KEY=g-secret", "ANTHROPIC_API_KEY=a-secret"});
 
   EXPECT_EQ(chat.exitCode, 0) << chat.error;
-  for (const char* sentence : {"no provider acme", "Name a model with /provider anthropic MODEL", "XAI_API_KEY"}) {
+  for (const char* sentence : {"no provider acme", "Name a model with /provider google MODEL", "XAI_API_KEY"}) {
     EXPECT_NE(chat.error.find(sentence), std::string::npos) << sentence << " is not in " << chat.error;
   }
   const auto requests = standin_.requests();
@@ -494,8 +331,8 @@ TEST_F(ConsoleProgram, CarriesTheConversationToAnotherProvider) {
   for (const char* part : {"Be brief.", "CREATE TABLE `notes`", R"([{"role":"user","parts":[{"text":"one"}]})"}) {
     EXPECT_NE(requests[2].body.find(part), std::string::npos) << part << " is not in " << requests[2].body;
   }
-  EXPECT_EQ(requests[3].header("x-api-key"), "a-secret");
-  EXPECT_EQ(requests[3].body.rfind(R"({"model":"c","temperature":1.0,"max_tokens":77,)", 0), 0U);
+  EXPECT_EQ(requests[3].header("x-api-key"), "sk-secret") << "the key that was given is known";
+  EXPECT_EQ(requests[3].body.rfind(R"({"model":"a","temperature":1.0,"max_tokens":77,)", 0), 0U);
   EXPECT_NE(chat.output.rfind("came 6 earlier turns"), std::string::npos) << chat.output;
 }
 
@@ -504,6 +341,8 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
   createDatabase("empty.db", "CREATE TABLE t (a); DROP TABLE t");
   write("text", std::string(2000, 'x'));
   write("blank", "\n");
+  write("long", std::string(5'000'000, 'k'));
+  ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
   const std::string good = path("good.db");
   const struct {
     std::vector<std::string> arguments;
@@ -526,6 +365,14 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
       {{"ask", "--db", good, "q", "--temperature", "warm"}, "--temperature"},
       {{"ask", "--db", good, "q", "--temperature", "nan"}, "no number"},
       {{"ask", "--db", good, "q", "--host", "", "--provider", "x"}, "--host: the value is empty"},
+      {{"ask", "--db", good, "q", "--temperature", ""}, "--temperature: the value is empty"},
+      {{"ask", "--db", good, "q", "--temperature", "2.1"}, "--temperature: Value 2.1 not in range"},
+      {{"ask", "--db", good, "q", "--host", "ftp://h", "--provider", "x"}, "begins with http:// or https://"},
+      {{"ask", "--db", good, "q", "--provider", "ollama"}, "zea models --provider ollama"},
+      {{"ask", "--db", good, "-"}, "The question is empty."},
+      {{"ask", "--db", good, "q", "--csv", "--json"}, "--csv excludes --json"},
+      {{"mdoels"}, "did you mean zea models?"},
+      {{"sk-secret"}, "There is no such command; there are ask, chat"},
       {{"ask", "--db", good, "q", "--provider", ""}, "--provider: the value is empty"},
       {{"ask", "--db", good, "q", "--sql", "--run"}, "--sql excludes --run"},
       {{"ask", "--db", good, "q", "--host", "h"}, "--host needs a --provider."},
@@ -535,8 +382,11 @@ TEST_F(ConsoleProgram, TellsInASentenceWhatItCannotUse) {
       {{"ask", "--db", good, "q", "--provider", "x", "--model", "m"}, "XAI_API_KEY"},
       {{"models", "--provider", "x", "--key-file", path("none")}, "cannot be read"},
       {{"models", "--provider", "x", "--key-file", path("blank")}, "no key in its first line"},
+      {{"models", "--provider", "x", "--key-file", path("long")}, "than a key is long"},
+      {{"models", "--provider", "x", "--key-file", path("pipe")}, "no key in its first line"},
       {{"ask", "--db", good, "q", "--key=sk-secret"}, "There is no option --key here."},
       {{"ask", "--db", good, "q", "--api-key", "sk-secret"}, "There is no option --api-key here."},
+      {{"models", "sk-secret"}, "an argument too many"},
       {{"ask", "--db", good, "q", "-ksk-secret"}, "an argument too many"},
       {{"models", "--provider", "x", "--key-file", "sk-secret"}, "cannot be read"},
   };

@@ -15,6 +15,7 @@ TEST(ConsoleText, IsRepairedAndMadePrintable) {
       {"\xC2\x9B[m", "\xC2\x9B[m", "\uFFFD[m"},
       {"\xFF\x9Bz\xC3", "\uFFFD\uFFFDz\uFFFD", "\uFFFD\uFFFDz\uFFFD"},
       {"\xC0\xAF\xE2\x82", "\uFFFD\uFFFD\uFFFD", "\uFFFD\uFFFD\uFFFD"},
+      {"a\u202Eb\u2066c\u2069\u200F", "a\u202Eb\u2066c\u2069\u200F", "a\uFFFDb\uFFFDc\uFFFD\u200F"},
       {"\xED\xA0\xF4\x90", "\uFFFD\uFFFD\uFFFD\uFFFD", "\uFFFD\uFFFD\uFFFD\uFFFD"},
   };
   for (const auto& row : cases) {

@@ -220,6 +220,12 @@ TEST_F(PostgreSql, IsTalkedAboutByTheConsole) {
   EXPECT_NE(asked.output.find("clients"), std::string::npos) << asked.output;
   const auto refused = support::runChild({ZEA_PROGRAM, "ask", "--db", database + "zea", "--run", "Show the clients"});
   EXPECT_NE(refused.error.find("may write files"), std::string::npos) << refused.error;
+  const auto chat = support::runChild({ZEA_PROGRAM, "chat", "--db", database + "talker", "--schemas", "till"}, {},
+                                      "Show the clients\n/run\n/explain\n/schema\n");
+  EXPECT_NE(chat.output.find("1  | Ada"), std::string::npos) << chat.output << chat.error;
+  EXPECT_NE(chat.output.find("Seq Scan on clients"), std::string::npos) << chat.output;
+  EXPECT_NE(chat.error.find("till.clients"), std::string::npos) << chat.error;
+  EXPECT_EQ(chat.error.find("others"), std::string::npos) << chat.error;
 }
 
 TEST_F(PostgreSql, ReturnsRowsAndEndsWhatTakesTooLong) {
@@ -403,11 +409,15 @@ TEST_F(MariaDb, RunsNothingThatDoesMoreThanRead) {
 TEST_F(MariaDb, IsTalkedAboutByTheConsole) {
   run(connect(),
       "CREATE DATABASE till; CREATE TABLE till.clients(id int PRIMARY KEY, name text); INSERT INTO"
-      " till.clients VALUES (1, 'Ada')");
+      " till.clients VALUES (1, 'Ada'); CREATE DATABASE attic; CREATE TABLE attic.chests(id int)");
   const std::string database = "mysql://zea@localhost/till?socket=" + server->folder().string() + "/s";
   const auto asked = support::runChild({ZEA_PROGRAM, "ask", "--db", database, "--run", "Show the clients"});
   EXPECT_EQ(asked.exitCode, 0) << asked.error;
   EXPECT_NE(asked.output.find("Ada"), std::string::npos) << asked.output << asked.error;
+  const std::string all = "mysql://zea@localhost/?socket=" + server->folder().string() + "/s";
+  const auto chat = support::runChild({ZEA_PROGRAM, "chat", "--db", all, "--schemas", "till", "--schemas", "attic"}, {},
+                                      "Show the chests\n/schema\n/run\n");
+  EXPECT_NE(chat.error.find("attic.chests\ntill.clients"), std::string::npos) << chat.error;
 }
 
 TEST_F(MariaDb, ReturnsRowsAndEndsWhatTakesTooLong) {

@@ -12,10 +12,13 @@ namespace console {
 class ChatMemory final : public IZEAAssistantMemory {
  public:
   void forgetTurns() { turns_.clear(); }
-  /// Takes over what is stored, and stores what comes. The memory outlives this object.
-  void keepIn(IZEAAssistantMemory& stored) {
-    turns_ = stored.obtainEntries(0);
-    stored_ = &stored;
+  /// Stores what comes from now on, too; null: no more. The memory outlives this object or the next call.
+  void keepIn(IZEAAssistantMemory* stored) { stored_ = stored; }
+  /// Takes over what is stored.
+  void takeTurnsOf(const IZEAAssistantMemory& stored) { turns_ = stored.obtainEntries(0); }
+  /// Stores all that has been said so far.
+  void storeTurns() {
+    for (const auto& turn : turns_) stored_->addEntry(turn.role, turn.text);
   }
 
   void setStructureDocument(const std::string& document) override { document_ = document; }

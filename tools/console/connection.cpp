@@ -17,13 +17,35 @@ namespace {
 // Codes from 100 on are HTTP statuses; 0 is a reply that came whole, and could not be used.
 constexpr std::int32_t kFirstStatus = 100;
 
+/// Without a slash at its end, and without what the path of the requests repeats: "http://here/v1" is what others call
+/// a base URL.
+std::string shortenHost(const std::string& host, const std::string& endpoint) {
+  std::string shortened = qxTrimAsString(host);
+  while (shortened.ends_with('/')) shortened.pop_back();
+  const std::size_t begin = endpoint.find(shortened);
+  if (shortened.empty() || begin == endpoint.npos) return shortened;
+  std::string path = endpoint.substr(begin + shortened.size());
+  path.erase(0, path.find_first_not_of('/') - 1);
+  for (std::size_t end = path.size(); end != 0 && end != path.npos; end = path.rfind('/', end - 1)) {
+    const std::string_view repeated = std::string_view(path).substr(0, end);
+    if (shortened.ends_with(repeated)) return shortened.substr(0, shortened.size() - repeated.size());
+  }
+  return shortened;
+}
+
 }  // namespace
 
-Connection::Connection(const Provider& provider, const std::string& key, const std::string& host,
+Connection::Connection(const Provider& provider, const ProviderKey& key, const std::string& host,
                        IZEAAssistantMemory* memory)
     : provider_(provider), key_(key) {
+  create(host, memory);
+  const std::string shortened = shortenHost(host, assistant_->obtainEndpointURL());
+  if (shortened != host) create(shortened, memory);
+}
+
+void Connection::create(const std::string& host, IZEAAssistantMemory* memory) {
   std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter(calls_));
-  assistant_.reset(ZEACreateAssistant(provider.type, pool.get(), key, host, memory));
+  assistant_.reset(ZEACreateAssistant(provider_.type, pool.get(), key_.text, host, memory));
   if (!assistant_) throw std::logic_error("The library does not know the provider.");
   static_cast<void>(pool.release());  // it is the assistant's now
 }
@@ -42,10 +64,19 @@ std::string Connection::obtainText(const std::string& key) const {
   return properties->obtainValue(key).stringValue();
 }
 
+bool Connection::isSecureHere() const {
+  const std::string url = assistant_->obtainEndpointURL();
+  return url.starts_with("https://localhost") || url.starts_with("https://127.") || url.starts_with("https://[::1]");
+}
+
 std::vector<std::string> Connection::listModels() {
-  auto [models, failure] = assistant_->obtainAvailableModels();
+  const CancelOnInterrupt interrupt(calls_);
+  auto [models, failure] = [this] {
+    const WaitingNote waiting;
+    return assistant_->obtainAvailableModels();
+  }();
   if (!failure.empty()) throw fail(failure);
-  if (models.empty()) throw fail("The provider lists no models.");
+  if (models.empty()) throw fail("The provider's listing names no models, or is not whole.");
   return std::move(models);
 }
 
@@ -79,12 +110,23 @@ Failure Connection::fail(const std::string& sentence) const {
   const std::int32_t code = calls_->obtainLastCode();
   // What is shorter is no key, and a part of words.
   constexpr std::size_t shortestKey = 8;
-  const std::string masked = key_.size() < shortestKey ? sentence : qxMaskSecret(sentence, key_);
+  const std::string masked = key_.text.size() < shortestKey ? sentence : qxMaskSecret(sentence, key_.text);
   std::string text = isRaw_ || sentence.empty() ? masked : shortenFailure(masked, code);
   if (text.empty()) text = "The provider gave no reason.";
-  if (code == 401 && !isRaw_) text += " (" + std::string(provider_.name) + " does not take the key.)";
+  if (!isRaw_) text += hintFor(code);
   const bool isTransport = code != CMRestCode::Success && code < kFirstStatus;
   return {isTransport ? ExitCode::Transport : ExitCode::Refused, text};
+}
+
+std::string Connection::hintFor(std::int32_t code) const {
+  const std::string name(provider_.name);
+  const std::string key = key_.origin.empty() ? "" : " the key from " + key_.origin;
+  if (code == 401 || code == 403) return " (" + name + " does not take" + (key.empty() ? " a key" : key) + ".)";
+  if (code == 429) return " (" + name + (key.empty() ? "" : ", with" + key) + ".)";
+  const bool isOfTls = code == CMRestCode::TLSFailed || code == CMRestCode::ClosedBeforeReply ||
+                       code == CMRestCode::RequestTimedOut || code == CMRestCode::ConnectTimedOut;
+  return isOfTls && isSecureHere() ? " (It was asked over https: for a server without that, try http:// with the host.)"
+                                   : "";
 }
 
 }  // namespace console

@@ -23,8 +23,9 @@ using Owned = std::unique_ptr<Object, FreeObject>;
 /// `Failure` with the library's sentence and the exit code that belongs to it.
 class Connection {
  public:
-  /// `host`: empty for the provider's own. `memory`: borrowed for the life of the connection.
-  Connection(const Provider& provider, const std::string& key, const std::string& host, IZEAAssistantMemory* memory);
+  /// `host`: empty for the provider's own; what its end has in common with the path of the requests is left out.
+  /// `memory`: borrowed for the life of the connection.
+  Connection(const Provider& provider, const ProviderKey& key, const std::string& host, IZEAAssistantMemory* memory);
 
   const Provider& provider() const { return provider_; }
   /// Shows failures whole from now on.
@@ -33,6 +34,8 @@ class Connection {
   void set(const std::string& key, const CMVariant& value);
   void setText(const std::string& key, const std::string& text);
   std::string obtainText(const std::string& key) const;
+  /// Whether it speaks https to this machine, where servers mostly speak http.
+  bool isSecureHere() const;
 
   std::vector<std::string> listModels();
   /// The answer, which is not blank. Ctrl-C ends the question.
@@ -41,11 +44,14 @@ class Connection {
   std::string askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner);
 
  private:
+  void create(const std::string& host, IZEAAssistantMemory* memory);
   Failure fail(const std::string& sentence) const;
+  // What the program knows about a failure besides.
+  std::string hintFor(std::int32_t code) const;
 
   Provider provider_;
   bool isRaw_ = false;
-  std::string key_;                                                             // masked in what the provider says
+  ProviderKey key_;                                                             // masked in what the provider says
   std::shared_ptr<QXCancelSource> calls_ = std::make_shared<QXCancelSource>();  // knows how the last one ended
   Owned<IZEAAssistant> assistant_;
 };

@@ -10,20 +10,23 @@
 namespace console {
 
 enum class Command { Ask, Chat, Prompt, Models, Sample };
+/// How rows are written.
+enum class RowForm { Table, Csv, Json };
 
 /// What the command line asks for: a plain record. Texts that were not given are empty.
 struct ConsoleOptions {
   Command command = Command::Ask;
   std::string databaseFile;
-  std::string question;    // Ask
+  std::string question;    // Ask; of "-" as a part the text of standard input has taken the place
   std::string sampleFile;  // Sample
   std::string provider;
   std::string model;
   std::string host;
   std::string keyFile;
   std::string instructions;
-  std::vector<std::string> tables;  // patterns; empty: all
-  std::size_t budget = 8000;        // tokens of the structure with each question; 0: no limit
+  std::vector<std::string> tables;   // patterns; empty: all
+  std::vector<std::string> schemas;  // the same
+  std::size_t budget = 8000;         // tokens of the structure with each question; 0: no limit
   std::string caFile;
   std::string proxy;
   std::string noProxy;
@@ -33,6 +36,8 @@ struct ConsoleOptions {
   bool continues = false;       // Chat: with the latest one that was
   bool showsStatement = false;  // Ask: the statement alone
   bool runsStatement = false;   // Ask: its rows
+  RowForm rowForm = RowForm::Table;
+  bool forgetsLines = false;  // Chat: what was typed is not stored
   std::optional<double> temperature;
   std::optional<std::int32_t> maxTokens;
 };

@@ -66,22 +66,53 @@ zeakit::OpenedRunner openRunnerOf(const std::string& name) {
 
 }  // namespace
 
-zeakit::BuiltStructure readDatabase(const std::string& name, const std::vector<std::string>& tables) {
+Database::Database(const ConsoleOptions& options) : options_(options) {}
+
+zeakit::BuiltStructure Database::readTimed() {
   zeakit::StructureOptions filter;
-  filter.includedTables = tables;
-  zeakit::ReadResult result = readFrom(name, filter);
+  filter.includedTables = options_.tables;
+  filter.includedSchemas = options_.schemas;
+  const auto begin = std::chrono::steady_clock::now();
+  zeakit::ReadResult result = readFrom(options_.databaseFile, filter);
+  readingTime_ = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
   if (!result.error.empty()) throw Failure(ExitCode::Usage, result.error);
-  for (const std::string& note : result.structure.notes) printNote(note);
-  if (zeakit::StructureIndex(result.structure.document).size() == 0) {
-    throw Failure(ExitCode::Usage, name + " has no tables or views to talk about.");
-  }
   return std::move(result.structure);
 }
 
-std::unique_ptr<zeakit::IReadOnlyRunner> openRunner(const std::string& name) {
-  zeakit::OpenedRunner opened = openRunnerOf(name);
+zeakit::BuiltStructure Database::read() {
+  zeakit::BuiltStructure structure = readTimed();
+  for (const std::string& note : structure.notes) printNote(note);
+  tables_ = zeakit::StructureIndex(structure.document).size();
+  if (tables_ == 0) {
+    throw Failure(ExitCode::Usage, options_.databaseFile + " has no tables or views to talk about.");
+  }
+  document_ = structure.document;
+  return structure;
+}
+
+bool Database::isReadEachTime() const {
+  // Less than what a model needs for its first word.
+  constexpr std::chrono::milliseconds unnoticed(500);
+  return readingTime_ < unnoticed;
+}
+
+std::optional<zeakit::BuiltStructure> Database::readIfChanged() {
+  if (!isReadEachTime()) return std::nullopt;
+  zeakit::BuiltStructure structure = readTimed();
+  if (structure.document == document_) return std::nullopt;
+  document_ = structure.document;
+  tables_ = zeakit::StructureIndex(document_).size();
+  return structure;
+}
+
+std::unique_ptr<zeakit::IReadOnlyRunner> Database::openRunner() const {
+  zeakit::OpenedRunner opened = openRunnerOf(options_.databaseFile);
   if (!opened.error.empty()) throw Failure(ExitCode::Usage, opened.error);
   return std::move(opened.runner);
+}
+
+std::string Database::describe() const {
+  return options_.databaseFile + " (" + std::to_string(tables_) + (tables_ == 1 ? " table)" : " tables and views)");
 }
 
 }  // namespace console

@@ -1,21 +1,44 @@
-// The database that a conversation is about.
+// The database that is talked about.
 #pragma once
 
 #include <zeakit/read_only_runner.h>
 #include <zeakit/structure_builder.h>
 
+#include <chrono>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
-#include <vector>
+
+#include "console/console_options.h"
 
 namespace console {
 
-/// Reads the structure of a database, of all tables or those of some patterns, and prints what had to be left out.
-/// `name`: an SQLite file, or a URL that begins with "postgresql://", "mysql://" or "mariadb://". Nothing is written.
-/// Throws `Failure` when it can't be read, has no tables, or when the URL holds a password.
-zeakit::BuiltStructure readDatabase(const std::string& name, const std::vector<std::string>& tables);
+/// A database by its file's name or its URL, as the options name it. Nothing is opened between the operations. Those
+/// that fail throw `Failure`.
+class Database {
+ public:
+  explicit Database(const ConsoleOptions& options);
 
-/// What runs statements over the database. Throws `Failure` when there is none.
-std::unique_ptr<zeakit::IReadOnlyRunner> openRunner(const std::string& name);
+  /// Reads the structure. Tells on standard error what of it cannot be read.
+  zeakit::BuiltStructure read();
+  /// Reads it again, and returns it if it has become another one. Nothing while reading takes so long that the user
+  /// would wait for it with every question; `isReadEachTime` tells.
+  std::optional<zeakit::BuiltStructure> readIfChanged();
+  bool isReadEachTime() const;
+
+  std::unique_ptr<zeakit::IReadOnlyRunner> openRunner() const;
+
+  /// For a line of text: the name, and how many tables and views were read last.
+  std::string describe() const;
+
+ private:
+  zeakit::BuiltStructure readTimed();
+
+  const ConsoleOptions& options_;
+  std::chrono::milliseconds readingTime_{0};
+  std::string document_;
+  std::size_t tables_ = 0;
+};
 
 }  // namespace console

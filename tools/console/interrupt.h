@@ -1,13 +1,16 @@
-// Ctrl-C: it ends a question or clears a line, and never a chat at a terminal.
+// Ctrl-C ends what runs, not the program.
 #pragma once
 
-#include <zea/zea.h>
+#include <qx/qx.h>
+#include <signal.h>
+#include <zeakit/read_only_runner.h>
 
 #include <memory>
+#include <thread>
 
 namespace console {
 
-/// While one lives, Ctrl-C cancels the call that runs through the source, and nothing else. One at a time.
+/// While one lives, Ctrl-C cancels through the source. One at a time.
 class CancelOnInterrupt {
  public:
   explicit CancelOnInterrupt(std::shared_ptr<QXCancelSource> source);
@@ -16,9 +19,33 @@ class CancelOnInterrupt {
   CancelOnInterrupt& operator=(const CancelOnInterrupt&) = delete;
 
  private:
-  struct Former;
   std::shared_ptr<QXCancelSource> source_;
-  std::unique_ptr<Former> former_;
+  struct sigaction former_ {};
+};
+
+/// The same for a statement. The runner outlives this object.
+class CancelStatementOnInterrupt {
+ public:
+  explicit CancelStatementOnInterrupt(zeakit::IReadOnlyRunner& runner);
+  ~CancelStatementOnInterrupt();
+  CancelStatementOnInterrupt(const CancelStatementOnInterrupt&) = delete;
+  CancelStatementOnInterrupt& operator=(const CancelStatementOnInterrupt&) = delete;
+
+ private:
+  sigset_t former_{};
+  std::thread waiting_;
+};
+
+/// While one lives, Ctrl-C does nothing of its own. What others set about it meanwhile holds until they are gone.
+class IgnoredInterrupt {
+ public:
+  IgnoredInterrupt();
+  ~IgnoredInterrupt();
+  IgnoredInterrupt(const IgnoredInterrupt&) = delete;
+  IgnoredInterrupt& operator=(const IgnoredInterrupt&) = delete;
+
+ private:
+  struct sigaction former_ {};
 };
 
 }  // namespace console

@@ -1,25 +1,16 @@
 #include "console/kept_conversation.h"
 
-#include <cstdlib>
+#include <charconv>
 #include <ctime>
-#include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "console/failure.h"
+#include "console/personal_files.h"
 
 namespace console {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-fs::path folderOfData() {
-  const char* const data = std::getenv("XDG_DATA_HOME");
-  if (data != nullptr && *data == '/') return fs::path(data) / "zea";
-  const char* const home = std::getenv("HOME");
-  if (home == nullptr || *home == '\0') throw Failure(ExitCode::Usage, "There is no HOME to keep conversations in.");
-  return fs::path(home) / ".local" / "share" / "zea";
-}
 
 std::string today() {
   const std::time_t now = std::time(nullptr);
@@ -29,31 +20,66 @@ std::string today() {
   return text;
 }
 
-}  // namespace
+[[noreturn]] void fail(const std::string& sentence) { throw Failure(ExitCode::Usage, sentence); }
 
-KeptConversation::KeptConversation(bool isNew) {
-  std::error_code failure;
-  const fs::path folder = folderOfData();
-  fs::create_directories(folder, failure);
-  if (failure) throw Failure(ExitCode::Usage, folder.string() + " cannot be made: " + failure.message() + ".");
-  zeasqlite::OpenedStore opened = zeasqlite::ConversationStore::open(folder / "conversations.db");
-  if (!opened.error.empty()) throw Failure(ExitCode::Usage, opened.error);
-  store_ = std::move(opened.store);
-  const auto list = store_->list();
-  if (!list.error.empty()) throw Failure(ExitCode::Usage, list.error);
-  if (isNew || list.conversations.empty()) {
-    startAnew();
-  } else {
-    title_ = list.conversations.front().title;
-    memory_ = store_->memory(list.conversations.front().id);
-  }
+std::unique_ptr<zeasqlite::ConversationStore> openStore() {
+  const std::string folder = obtainDataFolder();
+  if (folder.empty()) fail("There is no HOME to keep conversations in.");
+  const std::string failure = makeFolder(folder);
+  if (!failure.empty()) fail(failure);
+  zeasqlite::OpenedStore opened = zeasqlite::ConversationStore::open(folder + "/conversations.db");
+  if (!opened.error.empty()) fail(opened.error);
+  return std::move(opened.store);
 }
 
-void KeptConversation::startAnew() {
-  title_ = today();
+}  // namespace
+
+KeptConversation::KeptConversation() : store_(openStore()) {}
+
+std::vector<zeasqlite::ConversationInfo> KeptConversation::list() const {
+  auto list = store_->list();
+  if (!list.error.empty()) fail(list.error);
+  return std::move(list.conversations);
+}
+
+zeasqlite::ConversationInfo KeptConversation::find(const std::string& name) const {
+  const auto all = list();
+  std::size_t number = 0;
+  const auto parsed = std::from_chars(name.data(), name.data() + name.size(), number);
+  const bool isNumber = parsed.ec == std::errc() && parsed.ptr == name.data() + name.size();
+  if (isNumber && number >= 1 && number <= all.size()) return all[number - 1];
+  for (const auto& one : all) {
+    if (one.title == name) return one;
+  }
+  fail("There is no conversation of that number or title; /conversations lists them.");
+}
+
+void KeptConversation::begin(const std::string& title) {
+  title_ = title.empty() ? today() : title;
   const auto made = store_->create(title_);
-  if (!made.error.empty()) throw Failure(ExitCode::Usage, made.error);
-  memory_ = store_->memory(made.id);
+  if (!made.error.empty()) fail(made.error);
+  id_ = made.id;
+  memory_ = store_->memory(id_);
+}
+
+void KeptConversation::resume(const zeasqlite::ConversationInfo& conversation) {
+  title_ = conversation.title;
+  id_ = conversation.id;
+  memory_ = store_->memory(id_);
+}
+
+void KeptConversation::rename(const std::string& title) {
+  const std::string failure = store_->rename(id_, title);
+  if (!failure.empty()) fail(failure);
+  title_ = title;
+}
+
+bool KeptConversation::remove(const zeasqlite::ConversationInfo& conversation) {
+  const std::string failure = store_->remove(conversation.id);
+  if (!failure.empty()) fail(failure);
+  if (memory_ == nullptr || conversation.id != id_) return false;
+  memory_.reset();
+  return true;
 }
 
 }  // namespace console

@@ -1,14 +1,21 @@
 #include "console/line_reader.h"
 
+#include <fcntl.h>
+#include <langinfo.h>
 #include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <array>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <memory>
+#include <utility>
+
+#include "console/personal_files.h"
 
 // readline's headers need FILE to be declared.
 #include <readline/history.h>
@@ -103,10 +110,97 @@ void leaveTerminal(const WatchedSignals& signals, int signal) {
   rl_forced_update_display();
 }
 
+std::function<std::vector<std::string>(const std::string&)> completionsOfLine;
+
+/// The words in the memory that readline frees; null when there is none.
+char** completeWord(const char* word, int, int) {
+  rl_attempted_completion_over = 1;  // no names of files
+  std::vector<std::string> found;
+  for (const std::string& one : completionsOfLine(rl_line_buffer)) {
+    if (one.starts_with(word)) found.push_back(one);
+  }
+  if (found.empty()) return nullptr;
+  // What all have in common comes first.
+  std::string common = found.front();
+  for (const std::string& one : found) {
+    std::size_t same = 0;
+    while (same < common.size() && same < one.size() && common[same] == one[same]) ++same;
+    common.resize(same);
+  }
+  if (found.size() == 1) found.clear();
+  found.insert(found.begin(), common);
+  auto** const words = static_cast<char**>(std::calloc(found.size() + 1, sizeof(char*)));
+  for (std::size_t at = 0; words != nullptr && at < found.size(); ++at) words[at] = ::strdup(found[at].c_str());
+  return words;
+}
+
+int insertLineFeed(int, int) { return rl_insert_text("\n"); }
+
+/// Readline takes bytes above 127 for keys with Alt unless the locale is one of UTF-8. Terminals speak UTF-8 anyway.
+void readUtf8() {
+  static_cast<void>(std::setlocale(LC_CTYPE, ""));
+  if (std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0) return;
+  static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8"));
+  for (const auto& [name, value] : {std::pair{"convert-meta", "off"}, {"input-meta", "on"}, {"output-meta", "on"}}) {
+    static_cast<void>(rl_variable_bind(name, value));
+  }
+}
+
+/// Keys that do nothing would be part of the question.
+std::string withoutControls(const std::string& line) {
+  std::string text;
+  for (const char byte : line) {
+    const auto code = static_cast<unsigned char>(byte);
+    if ((code >= 0x20 && code != 0x7F) || byte == '\n' || byte == '\t') text += byte;
+  }
+  return text;
+}
+
+/// Where the lines are kept; empty when there is no place. The file is its user's alone.
+std::string makeHistoryFile() {
+  const std::string folder = obtainStateFolder();
+  if (folder.empty() || !makeFolder(folder).empty()) return {};
+  const std::string file = folder + "/history";
+  const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (descriptor < 0) return {};
+  ::close(descriptor);
+  return file;
+}
+
 }  // namespace
 
-LineReader::LineReader() : isInteractive_(::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1) {
-  if (isInteractive_) rl_outstream = stderr;
+LineReader::LineReader(bool keepsLines, std::function<std::vector<std::string>(const std::string& line)> completions)
+    : isInteractive_(::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1) {
+  if (!isInteractive_) return;
+  completionsOfLine = std::move(completions);
+  rl_outstream = stderr;
+  rl_readline_name = "zea";
+  rl_attempted_completion_function = completeWord;
+  static_cast<void>(rl_initialize());
+  readUtf8();
+  for (const char* const keys : {"\\e\\C-m", "\\e\\C-j"}) static_cast<void>(rl_bind_keyseq(keys, insertLineFeed));
+  using_history();
+  constexpr int kept = 1000;
+  stifle_history(kept);
+  // With the times the file can tell lines of one question from questions.
+  history_comment_char = '#';
+  history_write_timestamps = 1;
+  history_multiline_entries = 1;
+  if (keepsLines) historyFile_ = makeHistoryFile();
+  if (!historyFile_.empty()) static_cast<void>(read_history(historyFile_.c_str()));
+}
+
+LineReader::~LineReader() {
+  if (historyFile_.empty()) return;
+  constexpr int linesOfFile = 4000;
+  static_cast<void>(history_truncate_file(historyFile_.c_str(), linesOfFile));
+}
+
+void LineReader::remember(const std::string& line) const {
+  if (line.empty()) return;
+  add_history(line.c_str());
+  const bool isPrivate = line[0] == ' ';
+  if (!historyFile_.empty() && !isPrivate) static_cast<void>(append_history(1, historyFile_.c_str()));
 }
 
 std::optional<std::string> LineReader::readLine() {
@@ -132,8 +226,9 @@ std::optional<std::string> LineReader::readLine() {
   }
   const std::unique_ptr<char, FreeLine> line(readLineText);
   if (!line) return std::nullopt;
-  if (*line != '\0') add_history(line.get());
-  return std::string(line.get());
+  std::string text = withoutControls(line.get());
+  remember(text);
+  return text;
 }
 
 }  // namespace console

@@ -15,8 +15,8 @@ namespace {
 
 using namespace console;
 
-ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
-  const auto runner = openRunner(options.databaseFile);
+ExitCode answerWithStatement(Session& session, const Database& database, const ConsoleOptions& options) {
+  const auto runner = database.openRunner();
   const std::string statement = session.askForStatement(options.question, *runner);
   if (options.showsStatement) {
     printAnswer(statement);
@@ -24,23 +24,24 @@ ExitCode answerWithStatement(Session& session, const ConsoleOptions& options) {
   }
   printNote(statement);
   const auto result = runner->run(statement);
-  printRows(result);
+  printRows(result, options.rowForm);
   return result.error.empty() ? ExitCode::Success : ExitCode::Refused;
 }
 
 ExitCode talk(const ConsoleOptions& options) {
   // The file first: it is looked at without a key, without the network and without a prompt for either.
-  const auto structure = readDatabase(options.databaseFile, options.tables);
+  Database database(options);
+  const auto structure = database.read();
   const auto session = options.command == Command::Prompt ? Session::createOffline(options) : Session::connect(options);
   session->describeDatabase(structure);
   if (options.command == Command::Chat) {
-    if (options.keeps || options.continues) session->keepConversation();
-    return runChat(*session, [&options] { return openRunner(options.databaseFile); });
+    if (options.keeps || options.continues) session->keepConversation(options.continues);
+    return runChat(*session, database, !options.forgetsLines);
   }
   if (options.command == Command::Prompt) {
     printText(session->obtainPrompt());
   } else if (options.showsStatement || options.runsStatement) {
-    return answerWithStatement(*session, options);
+    return answerWithStatement(*session, database, options);
   } else {
     printAnswer(session->ask(options.question));
   }

@@ -1,11 +1,14 @@
 #include "console/provider.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <optional>
+#include <utility>
 
 #include "console/failure.h"
 #include "console/hidden_input.h"
@@ -13,6 +16,9 @@
 namespace console {
 
 namespace {
+
+// Longer than any provider's; a file of another kind is longer still.
+constexpr std::size_t kLongestKey = 4096;
 
 /// Nothing for a number after the last provider. There is no default, so the compiler tells of a provider that is
 /// missing.
@@ -22,12 +28,15 @@ std::optional<Provider> describe(ZEAAssistantType type) {
     case Type::OPENAI_v1:
       return Provider{.option = "openai", .name = "OPENAI", .type = type, .keyVariables = {"OPENAI_API_KEY"}};
     case Type::GOOGLE:
-      return Provider{
-          .option = "google", .name = "GOOGLE", .type = type, .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"}};
+      return Provider{.option = "google",
+                      .name = "GOOGLE",
+                      .type = type,
+                      .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
+                      .modelsOfPage = 50};
     case Type::DEEPSEEK:
       return Provider{.option = "deepseek", .name = "DEEPSEEK", .type = type, .keyVariables = {"DEEPSEEK_API_KEY"}};
     case Type::OLLAMA:
-      return Provider{.option = "ollama", .name = "OLLAMA", .type = type, .keyVariables = {}, .needsModel = false};
+      return Provider{.option = "ollama", .name = "OLLAMA", .type = type, .keyVariables = {}};
     case Type::X:
       return Provider{.option = "x", .name = "X", .type = type, .keyVariables = {"XAI_API_KEY"}};
     case Type::ANTHROPIC:
@@ -35,6 +44,7 @@ std::optional<Provider> describe(ZEAAssistantType type) {
                       .name = "ANTHROPIC",
                       .type = type,
                       .keyVariables = {"ANTHROPIC_API_KEY"},
+                      .modelsOfPage = 20,
                       .takesMaxTokens = true};
     case Type::ALIBABA:
       return Provider{.option = "alibaba", .name = "ALIBABA", .type = type, .keyVariables = {"DASHSCOPE_API_KEY"}};
@@ -87,27 +97,44 @@ std::string listKeyVariables() {
 }
 
 // The file's name is in no sentence: who has put the key itself behind "--key-file" must not read it on the screen.
-std::string readKeyFile(const std::string& file) {
-  std::ifstream stream(file);
-  std::string line;
-  if (!stream || (!std::getline(stream, line) && !stream.eof())) {
-    throw Failure(ExitCode::Usage, "The file that --key-file names cannot be read.");
+ProviderKey readKeyFile(const std::string& file) {
+  const auto fail = [](const char* why) -> Failure {
+    return {ExitCode::Usage, std::string("The file that --key-file names ") + why};
+  };
+  // A pipe that nobody writes into would hold the opening for ever.
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) throw fail("cannot be read.");
+  const CODefer close([descriptor] { ::close(descriptor); });
+  std::string text;
+  while (text.find('\n') == text.npos && text.size() <= kLongestKey) {
+    char part[1024];
+    const ssize_t count = ::read(descriptor, part, sizeof(part));
+    if (count == 0) break;
+    if (count > 0) {
+      text.append(part, static_cast<std::size_t>(count));
+    } else if (errno == EAGAIN) {
+      pollfd input{descriptor, POLLIN, 0};
+      static_cast<void>(::poll(&input, 1, -1));  // its writer is there, and may have to ask for a password first
+    } else if (errno != EINTR) {
+      throw fail("cannot be read.");
+    }
   }
-  std::string key = qxTrimAsString(line);
-  if (key.empty()) throw Failure(ExitCode::Usage, "The file that --key-file names has no key in its first line.");
-  return key;
+  const std::string key = qxTrimAsString(text.substr(0, text.find('\n')));
+  if (key.empty()) throw fail("has no key in its first line.");
+  if (key.size() > kLongestKey) throw fail("holds more in its first line than a key is long.");
+  return {key, "the file of --key-file"};
 }
 
-std::string obtainKey(const Provider& provider) {
+ProviderKey obtainKey(const Provider& provider) {
   if (provider.keyVariables.empty()) return {};
   for (const char* variable : provider.keyVariables) {
     const char* value = std::getenv(variable);
-    if (value != nullptr && *value != '\0') return qxTrimAsString(value);
+    if (value != nullptr && *value != '\0') return {qxTrimAsString(value), variable};
   }
   const std::string name(provider.name);
   if (::isatty(STDIN_FILENO) == 1) {
     std::string key = qxTrimAsString(readHiddenLine("Key for " + name + ": "));
-    if (!key.empty()) return key;
+    if (!key.empty()) return {std::move(key), "what was typed"};
   }
   throw Failure(ExitCode::Usage, "There is no key for " + name + ": set the environment variable " +
                                      provider.keyVariables.front() + ", or start with --provider " +

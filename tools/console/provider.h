@@ -15,8 +15,8 @@ struct Provider {
   std::string_view name;    // as texts show it
   ZEAAssistantType type;
   std::vector<const char*> keyVariables;  // of the environment; the first that is set counts; none: no key
-  bool needsModel = true;                 // OLLAMA answers without a model's name where it has a default
   bool listsModels = true;
+  std::size_t modelsOfPage = 0;  // how many models the listing shows of more; 0: all there are
   bool takesMaxTokens = false;
 };
 
@@ -29,11 +29,17 @@ std::string listProviders();
 /// The environment variables for "--help", a line for each provider that takes a key.
 std::string listKeyVariables();
 
-/// The first line of a file. Throws `Failure` when it cannot be read or holds no key.
-std::string readKeyFile(const std::string& file);
+/// A key, and in words where it came from.
+struct ProviderKey {
+  std::string text;
+  std::string origin;
+};
+
+/// The first line of a file, which may be a pipe. Throws `Failure` when it cannot be read or holds no key.
+ProviderKey readKeyFile(const std::string& file);
 
 /// The key for `provider`: from its environment variable, else typed without echo when standard input is a terminal.
 /// Empty for a provider without keys. Throws `Failure` when there is none.
-std::string obtainKey(const Provider& provider);
+ProviderKey obtainKey(const Provider& provider);
 
 }  // namespace console

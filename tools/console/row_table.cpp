@@ -1,6 +1,11 @@
 #include "console/row_table.h"
 
+#include <qx/qx.h>
+
 #include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <regex>
 #include <vector>
 
 #include "console/utf8.h"
@@ -23,6 +28,53 @@ std::string textOf(const zeakit::ResultCell& cell) {
 std::size_t widthOf(const std::string& text) {
   return static_cast<std::size_t>(std::count_if(
       text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+}
+
+/// As RFC 4180 asks; an empty text keeps its quotes, since nothing at all is NULL.
+std::string quoteField(const std::string& text) {
+  if (!text.empty() && text.find_first_of(",\"\r\n") == text.npos) return text;
+  std::string quoted = "\"";
+  for (const char byte : text) quoted += byte == '"' ? std::string("\"\"") : std::string(1, byte);
+  return quoted + "\"";
+}
+
+std::string hexOf(const std::string& bytes) {
+  constexpr const char* digits = "0123456789abcdef";
+  std::string text;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += {digits[value >> 4U], digits[value & 0xFU]};
+  }
+  return text;
+}
+
+std::string quoteText(const std::string& text) {
+  COJson list;
+  list.addArrayItem()->setStringValue(repairUtf8(text));
+  const std::string brackets = list.obtainJsonString();
+  return brackets.substr(1, brackets.size() - 2);
+}
+
+/// Whether a JSON number holds the text as it stands.
+bool isNumber(const std::string& text) {
+  static const std::regex number(R"(-?(0|[1-9][0-9]{0,40})(\.[0-9]{1,40})?([eE][-+]?[0-9]{1,3})?)");
+  return text.size() < 100 && std::regex_match(text, number);
+}
+
+/// Columns of expressions have no type in SQLite: there the value decides.
+bool isNumeric(const std::string& type) {
+  if (type.empty()) return true;
+  std::string upper = type;
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  static constexpr const char* kinds[] = {"INT", "REAL", "FLOA", "DOUB", "NUM", "DEC", "SERIAL"};
+  return std::any_of(std::begin(kinds), std::end(kinds),
+                     [&upper](const char* kind) { return upper.find(kind) != upper.npos; });
+}
+
+std::string valueOf(const zeakit::ResultCell& cell, const std::string& type) {
+  if (cell.isNull) return "null";
+  if (cell.isBinary) return quoteText(hexOf(cell.value));
+  return isNumeric(type) && isNumber(cell.value) ? cell.value : quoteText(cell.value);
 }
 
 }  // namespace
@@ -51,6 +103,36 @@ std::string writeTable(const zeakit::StatementResult& result) {
   std::string text = write(lines[0]) + write(rule);
   for (std::size_t at = 1; at < lines.size(); ++at) text += write(lines[at]);
   return text;
+}
+
+std::string writeCsv(const zeakit::StatementResult& result) {
+  std::string text;
+  for (std::size_t at = 0; at < result.columns.size(); ++at) {
+    text += (at > 0 ? "," : "") + quoteField(result.columns[at].name);
+  }
+  text += "\r\n";
+  for (const auto& row : result.rows) {
+    for (std::size_t at = 0; at < row.size(); ++at) {
+      text += at > 0 ? "," : "";
+      if (!row[at].isNull) text += quoteField(row[at].isBinary ? hexOf(row[at].value) : row[at].value);
+    }
+    text += "\r\n";
+  }
+  return text;
+}
+
+std::string writeJson(const zeakit::StatementResult& result) {
+  std::vector<std::string> names;
+  for (const auto& column : result.columns) names.push_back(quoteText(column.name));
+  std::string text = "[";
+  for (const auto& row : result.rows) {
+    text += text.size() > 1 ? ",\n{" : "{";
+    for (std::size_t at = 0; at < row.size(); ++at) {
+      text.append(at > 0 ? "," : "").append(names[at]).append(":").append(valueOf(row[at], result.columns[at].type));
+    }
+    text += "}";
+  }
+  return text + "]\n";
 }
 
 }  // namespace console

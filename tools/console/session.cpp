@@ -1,5 +1,7 @@
 #include "console/session.h"
 
+#include <zeakit/prompt_account.h>
+#include <zeakit/structure_index.h>
 #include <zeakit/token_estimate.h>
 
 #include <utility>
@@ -31,7 +33,7 @@ zeakit::FitOptions fitOptionsOf(const ConsoleOptions& options) {
 
 // `how` is what the user can write.
 void requireModel(const Provider& provider, const std::string& model, const std::string& how) {
-  if (!provider.needsModel || !model.empty()) return;
+  if (!model.empty()) return;
   const std::string option(provider.option);
   const std::string listing = provider.listsModels ? "; zea models --provider " + option + " lists them" : "";
   throw Failure(ExitCode::Usage, "Name a model with " + how + listing + ".");
@@ -44,38 +46,117 @@ std::unique_ptr<Session> Session::connect(const ConsoleOptions& options) {
   if (!options.provider.empty()) {
     const Provider provider = findProvider(options.provider);
     if (options.command != Command::Models) requireModel(provider, options.model, "--model");
-    const std::string key = options.keyFile.empty() ? obtainKey(provider) : readKeyFile(options.keyFile);
-    session->connectTo(provider, key, options.host, options.model);
+    const ProviderKey key = options.keyFile.empty() ? obtainKey(provider) : readKeyFile(options.keyFile);
+    session->connectTo(provider, {key, options.host, options.model});
+    const bool isUnsaid = options.host.find("://") == options.host.npos;
+    if (isUnsaid && session->connection_->isSecureHere()) {
+      printNote(options.host + " is asked over https. If the server there has only http, try http://" + options.host +
+                ".");
+    }
     return session;
   }
   session->standin_ = std::make_unique<standin::Server>();
   printNote("No provider is named: a stand-in on this machine answers, no model. See --provider.");
-  session->connectTo(describeStandin(), kStandinKey, session->standin_->url(),
-                     options.model.empty() ? kStandinModel : options.model);
+  session->connectTo(
+      describeStandin(),
+      {{kStandinKey, {}}, session->standin_->url(), options.model.empty() ? kStandinModel : options.model});
   return session;
 }
 
 std::unique_ptr<Session> Session::createOffline(const ConsoleOptions& options) {
   std::unique_ptr<Session> session(new Session(options));
-  session->connectTo(describeStandin(), std::string(), std::string(), options.model);
+  session->connectTo(describeStandin(), {{}, {}, options.model});
   return session;
 }
 
 Session::Session(const ConsoleOptions& options)
     : options_(options), window_(memory_, {0, kTokensOfTurns, true}), focused_(window_, fitOptionsOf(options)) {}
 
-void Session::keepConversation() {
-  kept_ = std::make_unique<KeptConversation>(!options_.continues);
+KeptConversation& Session::kept() {
+  if (kept_ == nullptr) kept_ = std::make_unique<KeptConversation>();
+  return *kept_;
+}
+
+void Session::keepConversation(bool isLatest) {
+  const auto all = kept().list();
+  if (isLatest && !all.empty()) {
+    kept_->resume(all.front());
+    memory_.takeTurnsOf(*kept_->memory());
+  } else {
+    kept_->begin({});
+  }
   memory_.keepIn(kept_->memory());
-  const std::size_t answers = kept_->memory().obtainEntries(0).size() / 2;
+  const std::size_t answers = isLatest && !all.empty() ? all.front().answers : 0;
   printNote("This conversation is kept: " + kept_->title() + ", " + std::to_string(answers) + " answers so far.");
 }
 
 void Session::startAnew() {
   memory_.forgetTurns();
-  if (kept_ == nullptr) return;
-  kept_->startAnew();
+  if (kept_ == nullptr || kept_->memory() == nullptr) return;
+  memory_.keepIn(nullptr);
+  kept_->begin({});
   memory_.keepIn(kept_->memory());
+}
+
+void Session::saveAs(const std::string& title) {
+  if (kept().memory() != nullptr) {
+    if (!title.empty()) kept_->rename(title);
+    return;
+  }
+  kept_->begin(title);
+  memory_.keepIn(kept_->memory());
+  memory_.storeTurns();
+  noteWhatIsNotKept();
+}
+
+std::size_t Session::load(const std::string& name) {
+  const auto found = kept().find(name);
+  memory_.keepIn(nullptr);
+  kept_->resume(found);
+  memory_.takeTurnsOf(*kept_->memory());
+  memory_.keepIn(kept_->memory());
+  return found.answers;
+}
+
+void Session::removeKept(const std::string& name) {
+  const auto found = kept().find(name);
+  // What is deleted goes on unstored: its memory must not be asked any more.
+  if (kept_->memory() != nullptr && found.title == kept_->title()) memory_.keepIn(nullptr);
+  const bool wasThis = kept_->remove(found);
+  if (!wasThis) memory_.keepIn(kept_->memory());
+}
+
+std::string Session::listKept() {
+  std::string text;
+  std::size_t number = 0;
+  for (const auto& one : kept().list()) {
+    text.append(text.empty() ? "" : "\n").append(std::to_string(++number)).append("  ").append(one.title);
+    text.append(one.answers == 1 ? "  (1 answer)" : "  (" + std::to_string(one.answers) + " answers)");
+  }
+  return text.empty() ? "No conversation is kept." : text;
+}
+
+std::vector<std::string> Session::listModels() {
+  const Provider& provider = connection_->provider();
+  std::vector<std::string> models = connection_->listModels();
+  if (provider.modelsOfPage != 0 && models.size() == provider.modelsOfPage) {
+    printNote("These are the first " + std::to_string(models.size()) +
+              " of a longer list: " + std::string(provider.name) + " shows no more at once.");
+  }
+  return models;
+}
+
+std::string Session::ask(const std::string& question) {
+  focus(question);
+  std::string answer = connection_->ask(question);
+  noteWhatIsNotKept();
+  return answer;
+}
+
+std::size_t Session::estimate(const std::string& question) {
+  focus(question);
+  return zeakit::estimateTokens(obtainPrompt()) +
+         zeakit::accountPrompt({}, {}, window_.obtainEntries(0), question).total();
 }
 
 void Session::noteWhatIsNotKept() const {
@@ -99,13 +180,18 @@ std::string Session::listTables() const {
   return text;
 }
 
-void Session::connectTo(const Provider& provider, const std::string& key, const std::string& host,
-                        const std::string& model) {
-  auto next = std::make_unique<Connection>(provider, key, host, &focused_);
+void Session::connectTo(const Provider& provider, const Access& access) {
+  auto next = std::make_unique<Connection>(provider, access.key, access.host, &focused_);
   configure(*next);
   if (options_.isRaw) next->showRawFailures();
-  if (!model.empty()) next->setText("model", model);
+  if (!access.model.empty()) next->setText("model", access.model);
   connection_ = std::move(next);
+  known_[provider.name] = access;
+}
+
+void Session::setModel(const std::string& model) {
+  connection_->setText("model", model);
+  known_[connection_->provider().name].model = model;
 }
 
 void Session::configure(Connection& connection) const {
@@ -128,12 +214,23 @@ void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
   }
   connection_->set("system_instructions", systemInstructions_);
   connection_->set("db_structure", structure.document);  // into the memory
+  zeakit::FitOptions all;
+  all.budget = 1'000'000'000;
+  tableNames_.clear();
+  for (auto& table : zeakit::StructureIndex(structure.document).fit({}, all).tables) {
+    tableNames_.push_back(std::move(table.name));
+  }
 }
 
 void Session::changeProvider(const std::string& name, const std::string& model, const std::string& host) {
   const Provider provider = findProvider(name);
-  requireModel(provider, model, "/provider " + std::string(provider.option) + " MODEL");
-  connectTo(provider, obtainKey(provider), host, model);
+  const auto known = known_.find(provider.name);
+  Access access = known == known_.end() ? Access{} : known->second;
+  if (!model.empty()) access.model = model;
+  if (!host.empty()) access.host = host;
+  requireModel(provider, access.model, "/provider " + std::string(provider.option) + " MODEL");
+  if (access.key.text.empty()) access.key = obtainKey(provider);
+  connectTo(provider, access);
 }
 
 std::string Session::obtainProvider() const {

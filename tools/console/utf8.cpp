@@ -47,9 +47,16 @@ Sequence sequenceAt(std::string_view text, std::size_t at) {
   return {lead.following + 1, true};
 }
 
+/// U+202A to U+202E and U+2066 to U+2069 turn around what stands beside them: a statement would read as another one.
+bool isDirection(std::string_view character) {
+  return (character >= "\xE2\x80\xAA" && character <= "\xE2\x80\xAE") ||
+         (character >= "\xE2\x81\xA6" && character <= "\xE2\x81\xA9");
+}
+
 bool isControl(std::string_view character) {
   const auto first = static_cast<std::uint8_t>(character[0]);
   if (first == 0xC2) return static_cast<std::uint8_t>(character[1]) < 0xA0;
+  if (isDirection(character)) return true;
   return (first < 0x20 && first != '\n' && first != '\t') || first == 0x7F;
 }
 

@@ -10,8 +10,9 @@ namespace console {
 /// provider refuses a whole request for one bad byte in a table's name.
 std::string repairUtf8(std::string_view text);
 
-/// The text as it may go to a terminal: valid UTF-8, and control characters other than line feed and tab replaced by
-/// U+FFFD, so that no answer drives the terminal. A carriage return ahead of a line feed is left out.
+/// The text as it may go to a terminal: valid UTF-8, and control characters other than line feed and tab, those that
+/// turn the direction of writing among them, replaced by U+FFFD, so that no answer drives the terminal. A carriage
+/// return ahead of a line feed is left out.
 std::string makePrintable(std::string_view text);
 
 }  // namespace console

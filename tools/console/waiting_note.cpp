@@ -31,11 +31,14 @@ WaitingNote::~WaitingNote() {
 
 void WaitingNote::show() {
   std::unique_lock<std::mutex> lock(mutex_);
-  int seconds = 0;
-  while (!ended_.wait_for(lock, std::chrono::seconds(1), [this] { return isEnded_; })) {
-    std::fprintf(stderr, "\r%d s, Ctrl-C ends the question", ++seconds);
+  constexpr auto tick = std::chrono::milliseconds(250);
+  constexpr int ticksOfSecond = 4;
+  int ticks = 0;
+  while (!ended_.wait_for(lock, tick, [this] { return isEnded_; })) {
+    if (++ticks < ticksOfSecond) continue;
+    std::fprintf(stderr, "\r%c %d s, Ctrl-C ends the question", "|/-\\"[ticks % 4], ticks / ticksOfSecond);
   }
-  if (seconds > 0) std::fputs("\r\x1b[K", stderr);  // the line is as it was
+  if (ticks >= ticksOfSecond) std::fputs("\r\x1b[K", stderr);  // the line is as it was
 }
 
 }  // namespace console
