@@ -1,14 +1,20 @@
 # What all of the project's own targets are built with.
 
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-  set(CMAKE_BUILD_TYPE Release)
-endif()
-
-find_program(ZEA_CCACHE ccache)
-if(ZEA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEA_CCACHE})
+if(PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release)
+  endif()
+  # Not where the compiler cache cannot write, as for a builder without a home.
+  find_program(ZEA_CCACHE ccache)
+  if(ZEA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    execute_process(COMMAND ${ZEA_CCACHE} ${CMAKE_CXX_COMPILER} -E -x c++ /dev/null
+      RESULT_VARIABLE zea_ccache_result OUTPUT_QUIET ERROR_QUIET)
+    if(zea_ccache_result EQUAL 0)
+      set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEA_CCACHE})
+    endif()
+  endif()
 endif()
 
 # As long as the major version is 0, every minor version may break what is linked against it.

@@ -1,5 +1,5 @@
 // The smallest host: smallest_host URL QUESTION, against the stand-in or any server of the OpenAI format.
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <cstdlib>
 #include <iostream>
@@ -7,20 +7,14 @@
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
   const char* const key = std::getenv("OPENAI_API_KEY");
-  IZEAAssistant* const assistant = ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, QX::createHTTPPoolCenter(),
-                                                      key != nullptr ? key : "none", argv[1], nullptr);
-  bool isSet = false;
-  assistant->updateProperties([&](IZEAProperties* properties) {
-    isSet = properties->setValue("model", "standin-large") &&
-            properties->setValue("db_structure", R"([{"schemas":[{"tables":[{"name":"orders","fields":[
+  const auto assistant = zea::createAssistant(ZEAAssistantType::OPENAI_v1, key != nullptr ? key : "none", argv[1]);
+  const bool isTold = zea::setProperty(*assistant, zea::property::kModel, "standin-large") &&
+                      zea::setProperty(*assistant, zea::property::kStructure,
+                                       R"([{"schemas":[{"tables":[{"name":"orders","fields":[
         {"name":"id","type":"INTEGER"},{"name":"state","type":"TEXT"}],"pkeys":["id"]}]}]}])");
-  });
-  if (!isSet) std::cerr << "The library did not accept a setting.\n";
-  const auto [reply, failure] = assistant->addMessage(argv[2]);
-  if (reply != nullptr) std::cout << reply->obtainSections().front()->obtainSectionText() << '\n';
-  if (!failure.empty()) std::cerr << failure << '\n';
-  const int code = reply != nullptr ? 0 : 1;
-  ZEAFreeObject(reply);
-  ZEAFreeObject(assistant);
-  return code;
+  if (!isTold) std::cerr << "The library did not accept a setting.\n";
+  const zea::Answer answer = zea::ask(*assistant, argv[2]);
+  if (answer.isAnswered) std::cout << answer.text << '\n';
+  if (!answer.failure.empty()) std::cerr << answer.failure << '\n';
+  return answer.isAnswered ? 0 : 1;
 }
