@@ -67,6 +67,11 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 file(WRITE ${packaging}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${packaging}/triggers)
 set(CPACK_DEBIAN_DRIVERS_PACKAGE_CONTROL_EXTRA ${packaging}/triggers)
+# What Python compiles beside the sources goes with them.
+file(WRITE ${packaging}/prerm "#!/bin/sh\nset -e\nrm -rf /usr/lib/python3/dist-packages/zea/__pycache__\n")
+file(CHMOD ${packaging}/prerm PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ
+  WORLD_EXECUTE)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${packaging}/prerm)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 include(CPack)
