@@ -85,6 +85,6 @@ foreach(module zea zeac)
   endif()
 endforeach()
 
-if(PROJECT_IS_TOP_LEVEL AND UNIX AND NOT APPLE)
+if(PROJECT_IS_TOP_LEVEL AND ZEA_BUILD_TOOLS AND ZEA_GZIP AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   include(cmake/packages.cmake)
 endif()
