@@ -4,12 +4,14 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 namespace {
 
-zeac_text text(const std::string& value) { return {value.data(), value.size()}; }
+// Of literals, and of strings that live on.
+zeac_text text(std::string_view value) { return {value.data(), value.size()}; }
 
 std::string take(zeac_string* string) {
   const zeac_text found = zeac_string_text(string);
@@ -18,7 +20,7 @@ std::string take(zeac_string* string) {
   return value;
 }
 
-zeac_assistant_options optionsFor(const std::string& url) {
+zeac_assistant_options optionsFor(std::string_view url) {
   zeac_assistant_options options{};
   options.record_size = sizeof(options);
   options.key = {"k", 1};

@@ -181,6 +181,20 @@ TEST_F(ConsoleHabits, SendsFailuresAndRowsWhenAsked) {
   EXPECT_NE(chat.error.find("No statement has failed."), std::string::npos);
 }
 
+// A conversation that had filled the model's context could only be ended.
+TEST_F(ConsoleHabits, SendsTheLatestTurnsOfALongConversation) {
+  enqueue(200, openAiAnswer("Short."));
+  enqueue(200, openAiAnswer("Long: " + std::string(100'000, 'x') + " " + std::string(100'000, 'y')));
+  enqueue(200, openAiAnswer("Short again."));
+
+  talk({"chat"}, "one\ntwo\nthree\nfour\n");
+
+  ASSERT_EQ(standin_.requests().size(), 4U);
+  EXPECT_NE(standin_.requests()[1].body.find("Short."), std::string::npos);
+  EXPECT_EQ(standin_.requests()[3].body.find("Long: "), std::string::npos);
+  EXPECT_NE(standin_.requests()[3].body.find("Short again."), std::string::npos);
+}
+
 TEST_F(ConsoleHabits, LeavesTheFolderOfADatabaseAsItIs) {
   std::filesystem::create_directories(path("place"));
   createDatabase("place/small.db", "PRAGMA journal_mode=WAL; CREATE TABLE notes (id INTEGER PRIMARY KEY)");

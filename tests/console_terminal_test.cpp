@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <thread>
-
 #include "support/console_fixture.h"
 #include "support/terminal.h"
 
@@ -30,7 +28,7 @@ TEST_F(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
   terminal.type("half a line\x03");
   terminal.readUntil("\nzea> ");
   terminal.type("two\n");
-  while (standin_.requests().size() < 2) std::this_thread::yield();
+  EXPECT_NE(terminal.readUntil("Ctrl-C ends the question").find(" 1 s, "), std::string::npos) << terminal.all();
   terminal.type("\x03");
   EXPECT_NE(terminal.readUntil("zea> ").find("The request was cancelled."), std::string::npos);
   terminal.type("three\n");
@@ -43,6 +41,29 @@ TEST_F(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
   EXPECT_NE(body.find(R"("one"},{"role":"assistant","content":"First."},{"role":"user","content":"three"}])"),
             std::string::npos)
       << body;
+}
+
+TEST_F(ConsoleTerminal, AsksBeforeItSendsALot) {
+  std::string script = "BEGIN;";
+  for (int i = 0; i < 1500; ++i) {
+    script += "CREATE TABLE matter_" + std::to_string(i) + " (id INTEGER PRIMARY KEY, first_of_all TEXT, second INT);";
+  }
+  createDatabase("large.db", script + "COMMIT;");
+  Terminal terminal({ZEA_PROGRAM, "chat", "--db", path("large.db"), "--provider", "openai", "--host", url_,
+                     "--key-file", path("key"), "--model", "m", "--budget", "0"});
+
+  terminal.readUntil("zea> ");
+  terminal.type("one\n");
+  EXPECT_NE(terminal.readUntil("Send that many? (y/N) ").find(" tokens)"), std::string::npos) << terminal.all();
+  terminal.type("\n");
+  terminal.readUntil("zea> ");
+  EXPECT_EQ(standin_.requests().size(), 0U);
+  terminal.type("two\n");
+  terminal.readUntil("(y/N) ");
+  terminal.type("y");
+  EXPECT_NE(terminal.readUntil("zea> ").find("I am a stand-in"), std::string::npos);
+  terminal.type("\x04");
+  EXPECT_EQ(terminal.waitForEnd(), 0);
 }
 
 // The shell showed the key that was typed after Ctrl-Z and "fg".

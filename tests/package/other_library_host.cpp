@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #ifndef _LIBCPP_VERSION
@@ -12,7 +13,8 @@
 
 namespace {
 
-zeac_text text(const std::string& value) { return {value.data(), value.size()}; }
+// Of literals, and of strings that live on.
+zeac_text text(std::string_view value) { return {value.data(), value.size()}; }
 
 }  // namespace
 

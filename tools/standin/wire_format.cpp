@@ -66,6 +66,12 @@ bool WireFormat::isInstruction(std::string_view role) const { return role == "sy
 
 bool WireFormat::isTurn(std::string_view role) const { return role == "user" || role == "assistant"; }
 
-std::string pathOf(const Request& request) { return request.target.substr(0, request.target.find('?')); }
+std::string pathOf(const Request& request) {
+  std::string target = request.target;
+  // As a proxy is asked: with the host in front.
+  const std::size_t host = target.find("://");
+  if (host != target.npos && host < target.find_first_of("/?")) target.erase(0, target.find('/', host + 3));
+  return target.substr(0, target.find('?'));
+}
 
 }  // namespace standin

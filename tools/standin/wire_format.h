@@ -99,7 +99,7 @@ class WireFormat {
   void takeTurn(const COJsonValue& turn, bool isLast, Conversation& conversation) const;
 };
 
-/// The path of the request's target, without the query.
+/// The path of the request's target, without the query, and without the host that stands ahead of it for a proxy.
 std::string pathOf(const Request& request);
 
 }  // namespace standin
