@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -433,9 +434,13 @@ TEST(CancelSource, ServesOnePoolAlone) {
 }
 
 TEST(ErrorTranslator, HasASentenceOfItsOwnForEachCode) {
+  std::ifstream file(ZEA_DOCS "/failures.md");
+  const std::string page{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   std::set<std::string> sentences;
   for (std::int32_t code = CMRestCode::InvalidURL; code <= CMRestCode::Count; ++code) {  // one is unknown
     EXPECT_TRUE(sentences.insert(messageOf(code)).second) << code;
+    const bool isTold = page.find("| " + messageOf(code) + " | ") != std::string::npos;
+    EXPECT_EQ(isTold, code != CMRestCode::Count) << messageOf(code) << " and docs/failures.md";
   }
 
   EXPECT_EQ(sentences.count(""), 0U);
