@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The first question of a host, from making the assistant to freeing it, over https: against a new libcurl handle that
 // gets a certificate store which was read once, and against one that reads the authorities itself. All three trust the
 // same: the system's authorities, about 140, and the peer's.

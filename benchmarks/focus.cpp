@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How many questions get the tables that they need, by the budget in tokens. A line for each budget:
 //   budget=8000 complete=0.987 recall=0.993 tokens=7100 us=850
 // the share of the questions of which all tables are in the prompt, whole or slimmed; the mean share of a question's

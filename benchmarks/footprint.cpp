@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library keeps in memory, as lines of "name,bytes,baseline_bytes": the peak of a question with a large
 // structure document, against the document; and what an idle assistant holds, before and after a question, against a
 // fixed size and nothing. Each is measured in a process of its own, so that peaks don't mix, and the server is in

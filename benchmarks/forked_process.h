@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A process beside this one that runs a function of the same program, and the line between the two. Words that can't
 // be exchanged, as the other end has gone, are a `std::runtime_error`.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a question grows with the turns that are remembered, and a listing with its models, over loopback: against bare
 // libcurl moving the same bytes with a handle that is kept, and against mere copies of the turns. What counts is
 // that ten times as much costs ten times as much.

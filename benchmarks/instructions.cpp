@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Performs one operation of the library a fixed number of times, for callgrind to count its instructions. It asks
 // zea_instructions_server, a process that callgrind doesn't see. scripts/count-instructions runs both.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers zea_instructions. Prints the URLs of a chat over http, of a chat over https and of a listing, and the file
 // of the authority that the second one's certificate comes from. Goes on until its standard input ends.
 #include <iostream>

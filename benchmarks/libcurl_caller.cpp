@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "libcurl_caller.h"
 
 #include <openssl/ssl.h>

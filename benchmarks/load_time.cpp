@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a shared library with all that it needs, once, and prints how many microseconds that took. A process loads a
 // library once, so scripts/bench starts this program for every figure.
 #include <dlfcn.h>

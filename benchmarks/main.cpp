@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs the benchmarks, with simdjson in the same kernel on as many machines as can be.
 #include <benchmark/benchmark.h>
 #include <simdjson.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Making the system prompt of a large database, against simdjson's bare parse of the same document.
 #include <benchmark/benchmark.h>
 #include <simdjson.h>

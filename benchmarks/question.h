@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the benchmarks of questions share: the question, the reply to it, the peer that gives the reply, and the
 // assistant that asks. Any thread may call the functions; an assistant and a memory serve one at a time.
 #pragma once

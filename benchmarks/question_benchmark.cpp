@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One question over loopback, against libcurl with a handle that is kept and a body that is fixed, copied or written
 // anew by simdjson, against libcurl that does what the library cannot do without, and against a bare socket. The
 // argument is the size of the system prompt.

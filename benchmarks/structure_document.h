@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structure documents of a given size, as a database tool writes them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many assistants at once, each with a pool and a thread of its own, asking one server over loopback: against as many
 // threads with bare libcurl, and with libcurl that does what the library cannot do without.
 #include <benchmark/benchmark.h>

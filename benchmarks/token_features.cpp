@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What scripts/fit-tokens fits to: for each line {"group": ..., "text": ..., "tokens": {...}} the group, the smallest
 // and the largest number of tokens, and what is counted in the text.
 #include <qx/json.h>

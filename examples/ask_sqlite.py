@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Asks a model about an SQLite file: ask_sqlite.py DATABASE QUESTION [HOST], with the key in OPENAI_API_KEY."""
 import os
 import sys

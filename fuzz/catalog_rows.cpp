@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rows of a catalog to a document: whatever they hold, the document parses.
 #include <qx/json.h>
 

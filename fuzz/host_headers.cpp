@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a user typed, on its way into a request: the host, two header values, a query value and the user agent,
 // separated by 0x1E. The loopback server plays the proxy, so that whatever host it is, the request arrives there.
 #include <qx/qx.h>

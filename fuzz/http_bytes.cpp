@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bytes as all that a server says, to the REST client.
 #include <qx/qx.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A text through our JSON parser and writer, against a second parser.
 #include <qx/qx.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A statement that the check lets through writes nothing, not even for a user who may.
 #include <mysql.h>
 #include <zeamariadb/read_only_runner.h>

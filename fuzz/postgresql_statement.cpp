@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A statement that the check lets through writes nothing, not even for a superuser in a transaction that may write.
 #include <libpq-fe.h>
 #include <zeapostgresql/read_only_runner.h>

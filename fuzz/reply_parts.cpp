@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A reply to its parts: views into it, one after the other, of which none is blank, and code that is made of them.
 #include <zeakit/reply_parts.h>
 

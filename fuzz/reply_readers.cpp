@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A body as the reply to each provider's two operations, through a real exchange: the first byte chooses the provider,
 // the operation and the status, the rest is the body.
 #include <zea/zea.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A statement that the check lets through changes nothing, not even in a database that may be written.
 #include <sqlite3.h>
 #include <stdlib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A question and a document to a fit: whatever they hold, the fit parses, is under its budget, and each of its lines
 // tells of a table that the whole document has.
 #include <zea/zea.h>

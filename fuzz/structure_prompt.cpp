@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A text as "db_structure", and what a model and a host are told of it.
 #include <zea/zea.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The common base of the adapters.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for ALIBABA, in its OpenAI-compatible mode.
 #include "zea_assistants.h"
 

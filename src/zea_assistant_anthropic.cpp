@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for ANTHROPIC, over its Messages protocol, and its property store.
 #include "zea_assistants.h"
 

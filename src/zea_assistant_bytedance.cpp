@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for BYTEDANCE, which has no model listing.
 #include "zea_assistants.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for DEEPSEEK, whose paths have no version.
 #include "zea_assistants.h"
 

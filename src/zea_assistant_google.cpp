@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for GOOGLE, over its generate-content protocol.
 #include "zea_assistants.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for MOONSHOT.
 #include "zea_assistants.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for an OLLAMA server, mostly a local one; it takes no key.
 #include "zea_assistants.h"
 

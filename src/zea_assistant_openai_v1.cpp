@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for OPENAI, over its chat-completions API.
 #include "zea_assistants.h"
 

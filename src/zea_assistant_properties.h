@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The property store of an assistant: what a host sets by key, and the system prompt that all of it makes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a property store tells a host about itself.
 
 #include "qx/json.h"

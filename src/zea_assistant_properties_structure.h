@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The structure of a database: a JSON document of catalogs, schemas, tables and views, and the CREATE statements that
 // are made of it for the model. Elements of a document that are not as they should be are passed over.
 #pragma once

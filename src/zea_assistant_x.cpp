@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant for X, whose errors have a form of their own.
 #include "zea_assistants.h"
 

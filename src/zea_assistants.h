@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistants, each told in a source of its own. All of them return a whole assistant, which owns the pool, or
 // throw `std::bad_alloc`, and then the pool stays the caller's.
 #pragma once

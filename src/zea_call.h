@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One operation on its way to a provider and back: the road that all providers share.
 //
 // An adapter's operation makes a call object on the stack and runs it. The road fixes the order of the steps, the

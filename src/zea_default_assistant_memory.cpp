@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zea_default_assistant_memory.h"
 
 void ZEADefaultAssistantMemory::addEntry(std::int32_t role, const std::string& text) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's own memory, used when the host passes none, and how the library reads any memory.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's own failure texts, and how a host translates them.
 #pragma once
 

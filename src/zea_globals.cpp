@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zea_globals.h"
 
 #include "qx/internal/process_end.h"

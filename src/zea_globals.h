@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two objects that live as long as the module. Both are read and written without a guard: a host sets them while
 // no request is running.
 #pragma once

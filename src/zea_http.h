@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one way to a provider: one blocking call over an assistant's session.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How JSON that came from outside is read: "the member of this kind, or nothing". A member of another kind counts as
 // one that isn't there. Views are good as long as the document.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A reply, filled by the call that received it and not changed any more once the host has it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zea_openai_call.h"
 
 #include "zea_json_read.h"

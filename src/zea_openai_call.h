@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The OpenAI chat-completions format, with the values of the majority of the providers that speak it.
 #pragma once
 

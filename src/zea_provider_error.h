@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the providers' error bodies become a text for the user. A body of any form makes a text, an empty one at worst.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <standin/zea_standin.h>
 #include <zeac/zea_c_kit.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <console/utf8.h>
 #include <gtest/gtest.h>
 

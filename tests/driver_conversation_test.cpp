@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversations in a file.
 #include <gtest/gtest.h>
 #include <signal.h>

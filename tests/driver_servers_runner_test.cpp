@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements that try to do more than read, over real servers.
 #include <atomic>
 #include <filesystem>

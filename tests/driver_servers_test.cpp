@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structures of real servers, which the test starts.
 #include <gtest/gtest.h>
 

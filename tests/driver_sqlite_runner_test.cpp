@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements that try to do more than read, over an SQLite file.
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The window of examples/qt_chat, driven without a screen.
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a question gets of a structure, what it weighs, and what is never shown.
 #include <gtest/gtest.h>
 #include <zea/zea.h>

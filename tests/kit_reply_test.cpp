@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parts of replies as models write them.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An assistant on a worker's thread, and the host's thread that hears of it.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What belongs to the host: its sockets, descriptors, threads, signals, forks and errors, and its end.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Servers that mean harm or are badly made.
 #include <gtest/gtest.h>
 

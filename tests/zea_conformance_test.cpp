@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The wire: what goes out to each provider, what is understood of what comes back, and what the user reads of a
 // failure.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What all assistants have in common: making and freeing them, hosts, keys, temperature, memory, properties.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library as a part of a process: its shortages, its threads, its descriptors, its signals and its locale.
 #include <gtest/gtest.h>
 

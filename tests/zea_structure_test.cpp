@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From the structure document to the system prompt.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The assistant and the memories of hosts.
 #include "handles.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Strings, cancelling, settings, localisation.
 #include <cstring>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversations and statements over SQLite, for C.
 #ifdef ZEAC_HAS_SQLITE
 #include <zeasqlite/conversation_store.h>

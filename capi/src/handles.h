@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What stands behind the handles, and how failures cross into C.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the kit does, for C.
 #include <zeakit/focused_memory.h>
 #include <zeakit/reply_parts.h>

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* A host in C: c_host URL QUESTION, against the stand-in or any server of the OpenAI format. It keeps the conversation
  * itself and asks twice. */
 #include <stdio.h>

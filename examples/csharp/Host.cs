@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host in C#: Host.exe URL QUESTION, against the stand-in or any server of the OpenAI format. It keeps the
 // conversation itself, asks twice, and ends a third question from another thread.
 using System;

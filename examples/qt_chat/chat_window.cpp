@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "chat_window.h"
 
 #include <zea/zea.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A chat beside a table of rows.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A chat about an SQLite database, in a window.
 //   OPENAI_API_KEY=... qt_chat DATABASE [HOST]
 #include <QApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The smallest host: smallest_host URL QUESTION, against the stand-in or any server of the OpenAI format.
 #include <zea/zea_owned.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Ends a question from another thread, as the button of a window does: cancel URL QUESTION.
 #include <zea/zea_owned.h>
 

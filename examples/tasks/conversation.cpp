@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A conversation: conversation URL QUESTION. The second question knows the first one; a failed one leaves no trace.
 #include <zea/zea_owned.h>
 

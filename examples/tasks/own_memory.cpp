@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A memory of the host's own, here a file of turns: own_memory URL QUESTION. It outlives the assistant, so that the
 // conversation goes on at another provider.
 #include <zea/zea_owned.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Behind a proxy, with a company's own certificate authorities: proxy_and_authorities URL QUESTION. The settings are
 // the process's; neither a proxy nor a file of the environment is ever used unasked.
 #include <zea/zea_owned.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Of a large database, the tables that a question needs: structure_that_fits URL QUESTION. The rows of the catalog are
 // made up here; a host runs the statements of `catalogQueries` over its own connection.
 #include <zea/zea_owned.h>

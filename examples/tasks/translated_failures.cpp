@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Failures in the user's language: translated_failures URL QUESTION. The library's own texts are asked for; what a
 // provider says stays in its words.
 #include <zea/zea_owned.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host that finds the library when it runs: with_dlopen URL QUESTION, with the library's file in ZEA_LIBRARY. It is
 // linked with libqx, which makes the pool, but not with libzea.
 #include <dlfcn.h>

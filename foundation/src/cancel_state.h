@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a cancel source and the pool that it serves have in common.
 #pragma once
 

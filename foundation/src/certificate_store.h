@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The certificate authorities that connections trust, read once in a process: reading them anew costs a fresh TLS
 // connection twenty times as much as all the rest.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The owning types of libcurl's handles. Nothing outside the REST sources includes this.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The date service of the process.
 #pragma once
 

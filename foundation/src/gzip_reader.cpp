@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "gzip_reader.h"
 
 #include <new>

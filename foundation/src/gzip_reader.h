@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decompresses gzip as it arrives. libcurl would do it too, but takes a compressed body that breaks off for a whole
 // one.
 #pragma once

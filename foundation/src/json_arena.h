@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the values and texts of one JSON document live.
 #pragma once
 

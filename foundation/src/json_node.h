@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a JSON value is made of.
 #pragma once
 

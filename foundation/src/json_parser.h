@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From a JSON text to a tree.
 #pragma once
 

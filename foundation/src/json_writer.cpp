@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "json_writer.h"
 
 #ifdef __SSE2__

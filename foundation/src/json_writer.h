@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From a tree to a JSON text.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The connection that the calls through a pool keep for each other.
 #pragma once
 

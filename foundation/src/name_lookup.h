@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Looking names up without waiting for the resolver longer than a call may take.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbers in texts, independent of the locale.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // OpenSSL is the host's as well: what the library's use of it must leave alone, and when it must end.
 #pragma once
 

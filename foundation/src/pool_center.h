@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The pool that `QX::createHTTPPoolCenter` makes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the calls of a process share.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "rest_call.h"
 
 #include <openssl/x509_vfy.h>

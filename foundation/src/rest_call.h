@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One HTTP call from its first to its last byte.
 #pragma once
 

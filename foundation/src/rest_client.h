@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The service of the process that makes REST clients.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The service of the process that puts codes into words.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The headers of a call, checked before anything is sent.
 #pragma once
 

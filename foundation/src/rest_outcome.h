@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What became of a transfer, and the code for it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The URL of a call, checked and encoded before anything is sent.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small operations on texts that are only looked at.
 #pragma once
 

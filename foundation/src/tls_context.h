@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What connections inside TLS are held to, beyond what libcurl's options say.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "transfer_callbacks.h"
 
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What libcurl asks and tells in the course of a call.
 #pragma once
 

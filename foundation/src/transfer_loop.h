@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The waiting of a call: one libcurl multi handle, which does not wait for anything by itself.
 #pragma once
 

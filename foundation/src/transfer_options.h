@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The options of a transfer: what all have in common, and what depends on the call.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Wiping bytes that no string owns.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What an assistant remembers between two messages.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A reply of a model.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libzea: lets the users of a database tool talk to a chat model about their database.
 //
 // The smallest host. Its argument is the API's host, without one the provider's own:

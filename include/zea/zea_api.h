@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Marks what libzea exports. On Windows, ZEA_STATIC stands for a libzea without a DLL.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a host translates the library's own texts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The functions of the library. They have C names, so that a host can also find them with `dlsym`.
 #pragma once
 

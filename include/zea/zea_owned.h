@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conveniences for hosts in C++: owning handles, the names of properties, a question in one call. Everything here is
 // made of the library's public functions and adds no symbol to it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <string_view>
 
 #include "zeakit/structure_builder.h"

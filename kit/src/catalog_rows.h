@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of a catalog as they were added, before they are joined.
 #pragma once
 

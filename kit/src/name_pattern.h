@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Patterns that a host names schemas, tables and columns by.
 #pragma once
 

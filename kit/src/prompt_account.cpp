@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeakit/prompt_account.h"
 
 #include "structure_model.h"

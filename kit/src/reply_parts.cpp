@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeakit/reply_parts.h"
 
 #include <md4c.h>

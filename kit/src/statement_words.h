@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a statement of SQL looks like in a text for people.
 #pragma once
 

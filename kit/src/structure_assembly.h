@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From the rows of a catalog to what an assistant is told.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A structure document as an index keeps it, and how parts of it are written.
 #pragma once
 

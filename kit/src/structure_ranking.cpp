@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "structure_ranking.h"
 
 #ifdef ZEAKIT_HAS_STEMMER

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which tables a question is about, by the words of both.
 #pragma once
 

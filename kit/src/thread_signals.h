@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Signals that a thread of ours leaves to the host's.
 #pragma once
 

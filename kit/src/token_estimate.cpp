@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeakit/token_estimate.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What of a text decides how many tokens it takes.
 #pragma once
 

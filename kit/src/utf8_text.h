@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts of a catalog, made fit for a document and for a comment.
 #pragma once
 

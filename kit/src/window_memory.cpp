@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeakit/window_memory.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeakit/worker.h"
 
 #include <zea/zea.h>

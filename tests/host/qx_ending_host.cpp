@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host that asks over TLS when it ends: its arguments are the occasion, the server's URL and the authority's file.
 #include <openssl/ssl.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A proxy that answers everything with 503, as long as the process lives: who reads that sentence has asked it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host whose static object sets the settings before main begins and asks after it has ended.
 #include <cstdio>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host that is linked with neither library and finds libzea by its C names.
 #include <dlfcn.h>
 #include <gtest/gtest.h>

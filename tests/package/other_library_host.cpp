@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host in C++ whose standard library is another one than libzeac's.
 #include <zeac/zea_c_kit.h>
 

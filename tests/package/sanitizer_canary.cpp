@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commits the fault that a sanitizer is there to find: sanitizer_canary address|undefined|thread.
 #include <climits>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Database servers that a test starts for itself, on a socket in a folder of its own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All providers as rows of a table, and a conversation with one of them over a real loopback socket.
 #pragma once
 

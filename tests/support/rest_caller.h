@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host's side of calls, and the plainest of replies.
 #pragma once
 

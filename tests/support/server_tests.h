@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tests over a server, which the first of them starts.
 #pragma once
 

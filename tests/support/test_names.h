@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names that only tests know: the one source that includes this gives its program a lookup of its own in place of the
 // system's. A name that ends with "silent.test" is looked up until `releaseLookups`, "both.test" is ::1 and then
 // 127.0.0.1, any other in ".test" is 127.0.0.1, and the rest is the system's.

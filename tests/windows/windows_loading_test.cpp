@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What hosts do with the DLLs themselves.
 #include <gtest/gtest.h>
 #include <windows.h>

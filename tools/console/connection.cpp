@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/connection.h"
 
 #include <zeakit/ask_for_statement.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One provider's end of a conversation.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What goes where: answers to standard output, everything else to standard error.
 #pragma once
 

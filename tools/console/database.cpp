@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/database.h"
 
 #include <zeakit/structure_index.h>

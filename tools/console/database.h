@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The database that is talked about.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where a database is, as a URL.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the user has settled for every start.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What servers say when they fail, in a line.
 #pragma once
 

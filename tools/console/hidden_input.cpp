@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/hidden_input.h"
 
 #include <poll.h>

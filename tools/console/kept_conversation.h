@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The conversations that a user keeps.
 #pragma once
 

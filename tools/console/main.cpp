@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zea: talk with a chat model about a database, at a terminal.
 #include <exception>
 

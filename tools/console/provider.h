@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The providers, as the command line names them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/row_table.h"
 
 #include <qx/qx.h>

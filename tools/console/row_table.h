@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rows for people, and for other programs.
 #pragma once
 

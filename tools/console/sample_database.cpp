@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/sample_database.h"
 
 #include <fcntl.h>

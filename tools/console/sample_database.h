@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sample database: a shop.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/session.h"
 
 #include <zeakit/prompt_account.h>

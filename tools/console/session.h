@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One conversation, with a provider or with the stand-in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a chat does with the statement of an answer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "console/terminal_question.h"
 
 #include <qx/qx.h>

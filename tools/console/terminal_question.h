@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Questions of the program to its user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts of unknown origin, made safe for those who receive them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One case of the corpus: a host, its assistant and what the two do.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JSON texts by pattern: well-formed ones, and such as nobody should send.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zea_corpus FILE [COUNT]: what the libraries send and give in COUNT generated cases, 10,000 unless told otherwise, to
 // a file. The same cases each time: two builds that speak alike write the same file. scripts/compare-with uses it.
 #include <exception>

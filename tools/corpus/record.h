@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a run leaves behind: a file that two runs are compared by.
 #pragma once
 

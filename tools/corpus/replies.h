@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a provider, or whatever stands in its place, says.
 #pragma once
 

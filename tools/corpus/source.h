@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the corpus gets its choices from: the same seed gives the same choices on every machine, which the
 // distributions of the standard library don't promise.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Database structures, as they should be and otherwise.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "loopback/answering_server.h"
 
 #include "loopback/channel.h"

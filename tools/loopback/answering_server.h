@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A server that answers every request with the bytes it was told. It does as little as a server can, so that what is
 // measured or fuzzed is the client.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A port of the loopback interface.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A server on a free port of the loopback interface that knows no HTTP: it answers with the bytes that a test gives.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "loopback/tls_identity.h"
 
 #include <openssl/evp.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A certificate authority for tests. Keys and certificates are made anew in each run and never leave it.
 #pragma once
 

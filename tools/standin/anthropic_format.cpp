@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The format of ANTHROPIC's messages.
 #include "standin/format_parts.h"
 #include "standin/formats.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "standin/format_parts.h"
 
 #include <array>

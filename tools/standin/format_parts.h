@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the formats are made from: reading a request strictly, writing an answer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The formats that the stand-in speaks.
 #pragma once
 

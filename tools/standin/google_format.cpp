@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // GOOGLE's generate-content format.
 #include "standin/format_parts.h"
 #include "standin/formats.h"

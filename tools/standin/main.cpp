@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zea-standin: the stand-in provider as a program of its own, to point a host at.
 #include <pthread.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The format of a local OLLAMA server.
 #include <ctime>
 #include <limits>

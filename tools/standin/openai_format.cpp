@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The OpenAI chat-completions format, and what four others of its family do differently.
 #include <cmath>
 #include <ctime>

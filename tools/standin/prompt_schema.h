@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The database structure, read back from the statements in a system prompt.
 #pragma once
 

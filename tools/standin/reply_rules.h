@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A script for the stand-in, for people.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A request in words, for people to read.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "standin/wire_format.h"
 
 #include "standin/format_parts.h"

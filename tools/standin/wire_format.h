@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What sets one provider's wire format apart from another's, as the stand-in needs it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stand-in for a provider: an HTTP server on a free port of the loopback interface.
 //
 // It records every request whole and answers by script. Without a script it behaves as a small "model" in the

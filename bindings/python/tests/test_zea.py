@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The package against the stand-in, whose program ZEA_STANDIN names."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Talk with a chat model about a database.
 
     import os, zea

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """libzeac, as ctypes sees it."""
 
 from __future__ import annotations

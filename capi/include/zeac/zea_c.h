@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* libzea for C and for what calls C: an assistant, its memory, its settings. C99. zea_c_kit.h has the rest.
  *
  * Texts are bytes with their length, meant to be UTF-8. Those that are handed in are borrowed until the call returns;

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* What hosts build around an assistant: structures, windows of a conversation, replies, conversations that last, and
  * statements that only read. The rules of zea_c.h hold here, too. */
 #ifndef ZEAC_ZEA_C_KIT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Connections of our own to MariaDB and MySQL.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeamariadb/read_only_runner.h"
 
 #include <mysql.h>

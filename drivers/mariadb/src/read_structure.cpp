@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeamariadb/read_structure.h"
 
 #include <mysql.h>

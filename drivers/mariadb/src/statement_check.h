@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the words of a statement tell, read as MariaDB and MySQL read them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeapostgresql/read_only_runner.h"
 
 #include <poll.h>

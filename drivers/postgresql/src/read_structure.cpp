@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeapostgresql/read_structure.h"
 
 #include <libpq-fe.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What PostgreSQL's parser tells of a statement.
 #pragma once
 

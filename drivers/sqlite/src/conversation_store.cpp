@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeasqlite/conversation_store.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Database files opened without a write to them or beside them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zeasqlite/read_only_runner.h"
 
 #include <sqlite3.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The way to all services of libqx.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What becomes of a failed check on what a caller passed in. It is a diagnostic for developers: the library goes on
 // with a guard, and neither ends the process nor throws.
 #pragma once

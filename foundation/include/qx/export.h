@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Marks what libqx exports. Everything else in the library is hidden. On Windows, QX_STATIC stands for a library
 // without a DLL.
 #pragma once

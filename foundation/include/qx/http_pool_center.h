@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Connections that are kept between calls, and the way to end a call from outside.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JSON documents: reading a text, building a text.
 //
 // A document owns all its values; pointers to them are borrowed and good until the document is destroyed. The

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libqx: values, JSON and REST calls. This header includes all of it.
 #pragma once
 

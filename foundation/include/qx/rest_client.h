@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls over HTTP.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Result codes of calls, and the sentences that tell a user what they mean.
 #pragma once
 

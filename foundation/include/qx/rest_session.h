@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the calls of one client of a service have in common.
 #pragma once
 

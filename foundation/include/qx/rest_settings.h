@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What all calls of a process have in common.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keys and passwords: keeping them out of what people see, and out of memory that has been freed.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small operations on texts. Texts are byte strings; nothing here depends on the locale.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A value of one of a few kinds, as hosts and libraries hand them to each other.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The version of libqx, twice: of these headers, and of the library that a program has found when it runs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Addresses as texts, by functions that systems have in common but for their headers: whoever includes this has
 // included those of its sockets first.
 #pragma once

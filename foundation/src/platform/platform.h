@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What differs from system to system. Each system has a source of its own in this folder; nothing else in the libraries
 // asks which one it is. Nothing here throws but where it says so.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Room for the sockets of a transfer and the waker's.
 #define FD_SETSIZE 128
 #include <winsock2.h>

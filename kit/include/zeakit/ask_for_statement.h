@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A statement that can be run, out of a conversation.
 #pragma once
 

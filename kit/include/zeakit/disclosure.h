@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What of a database a model may see, and where it may be sent.
 #pragma once
 

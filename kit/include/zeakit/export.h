@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Marks what libzeakit exports. Everything else in the library is hidden. On Windows, ZEAKIT_STATIC stands for a
 // library without a DLL.
 #pragma once

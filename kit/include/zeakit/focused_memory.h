@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A memory whose structure fits the question.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a question weighs before it is sent, by parts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements that only read, run within limits.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a reply is made of: text, statements, other code, and what a model thought aloud.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The structure of a database from the rows of its catalog, which the host reads over the connection that it has.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Of a large database, the tables that a question needs.
 #pragma once
 

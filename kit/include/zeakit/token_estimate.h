@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a text weighs before it is sent.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A memory that sends the latest turns.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An assistant on a thread of its own, for hosts with a window.
 #pragma once
 

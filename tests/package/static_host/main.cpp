@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // static_host URL QUESTION: a host with much of its own, which the static libraries must neither meet nor replace.
 #include <curl/curl.h>
 #include <zea/zea.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements over a MariaDB or MySQL server that only read.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements over a PostgreSQL database that only read.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The structure of a PostgreSQL database, for the prompt of an assistant.
 #pragma once
 

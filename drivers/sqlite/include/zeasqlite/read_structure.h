@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The structure of an SQLite database, for the prompt of an assistant.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks on what callers pass in, for this project's own libraries. A failed check is a diagnostic for developers: it
 // never ends the process and never throws. The caller of the check goes on with a guard, and the guard alone decides
 // what happens:

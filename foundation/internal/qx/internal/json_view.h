@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // JSON without copies of long texts, for this project's own libraries: a document that only views a text is as good as
 // the text stays in place, which hosts would have to see to and we can.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How an object of a library that can be unloaded tells its two ends apart.
 //
 // When the library is unloaded the object must go; when the process ends it must stay, because static objects of the
