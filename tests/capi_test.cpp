@@ -34,7 +34,7 @@ TEST(CInterface, RefusesWhatIsNullOrUnknown) {
   zeac_string* string = nullptr;
   zeac_string* sentence = nullptr;
   zeac_assistant_options options = optionsFor("http://localhost");
-  options.provider = 9;
+  options.provider = 1000;
   EXPECT_EQ(zeac_assistant_create(&options, &assistant, &sentence), ZEAC_BAD_ARGUMENT);
   EXPECT_EQ(take(sentence), "There is no provider of that number.");
   options.record_size = 3;

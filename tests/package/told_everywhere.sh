@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# told_everywhere.sh TREE ZEA STANDIN: the README and the stand-in's help name each provider that the console knows, the
-# README with its variable, and the host's header tells of each property key.
+# told_everywhere.sh TREE ZEA STANDIN: the README, the stand-in's help, the manual, the completions, the C and Python
+# interfaces and the page of providers name each provider that the console knows, the README with its variable, and the
+# host's header tells of each property key.
 set -euo pipefail
 tree=$1 zea=$2 standin=$3
 missing=0
@@ -14,6 +15,12 @@ paths=$("$standin" --help)
 for provider in $(tr -d ',.' <<<"$known"); do
   variable=$(sed -nE "s/^ *$provider: ([A-Z_]+).*/\1/p" <<<"$help")
   grep -q "^| \`$provider\` | \`\?${variable:-none}" "$tree/README.md" || miss "README.md has no row for $provider"
+  for file in tools/console/share/zea.{1,bash,zsh}; do
+    grep -qw "$provider" "$tree/$file" || miss "$file does not name $provider"
+  done
+  grep -q "ZEAC_${provider^^} = " "$tree/capi/include/zeac/zea_c.h" || miss "zea_c.h has no number for $provider"
+  grep -q "^    ${provider^^} = " "$tree/bindings/python/zea/__init__.py" || miss "zea.Provider lacks $provider"
+  grep -q "^| ${provider^^} |" "$tree/docs/providers.md" || miss "docs/providers.md has no row for $provider"
   grep -qw "${provider^^}" <<<"$paths" || miss "zea-standin --help does not name $provider"
 done
 
