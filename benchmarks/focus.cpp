@@ -5,7 +5,7 @@
 // tables; mean tokens, and median microseconds of a fit. With --speed a line on what it all costs instead.
 #include <malloc.h>
 #include <qx/qx.h>
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 #include <zeakit/structure_index.h>
 #include <zeakit/token_estimate.h>
 
@@ -133,18 +133,14 @@ double medianMicroseconds(std::size_t runs, Function function) {
   return times[times.size() / 2];
 }
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-
 /// A line on index, fit and estimate, against what the library takes to render the document.
 void printSpeed(const std::string& document, const std::vector<Question>& questions, std::size_t budget) {
-  const std::unique_ptr<IZEAAssistant, FreeObject> assistant(
+  const zea::Owned<IZEAAssistant> assistant(
       ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, QX::createHTTPPoolCenter(), "", "localhost", nullptr));
   assistant->updateProperties([&](IZEAProperties* properties) {
     if (!properties->setValue("db_structure", document)) throw CLI::ValidationError("The structure is refused.");
   });
-  const std::unique_ptr<IZEAProperties, FreeObject> properties(assistant->obtainProperties());
+  const zea::Owned<IZEAProperties> properties(assistant->obtainProperties());
   std::string prompt;
   const double rendering = medianMicroseconds(
       9, [&](std::size_t) { prompt = properties->obtainValue("combined_instructions").stringValue(); });

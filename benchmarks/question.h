@@ -3,7 +3,7 @@
 // assistant that asks. Any thread may call the functions; an assistant and a memory serve one at a time.
 #pragma once
 
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -32,10 +32,7 @@ class ForgetfulMemory : public IZEAAssistantMemory {
   std::vector<ZEAAssistantMemoryEntry> obtainEntries(std::int32_t) const override { return {}; }
 };
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-using Assistant = std::unique_ptr<IZEAAssistant, FreeObject>;
+using Assistant = zea::Owned<IZEAAssistant>;
 
 /// An assistant with a pool of its own that asks the server at `url`. The memory is not owned and must outlive it;
 /// null: the library's own.

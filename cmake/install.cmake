@@ -72,13 +72,11 @@ install(FILES ${PROJECT_BINARY_DIR}/zeaConfig.cmake ${PROJECT_BINARY_DIR}/zeaCon
 
 # pkg-config --cflags --libs zea; zeac for C. Relocatable: the prefix is where the file lies.
 file(RELATIVE_PATH zea_prefix_of_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+set(zea_libs_of_zea "-lzea -lqx")
+set(zea_libs_of_zeac "-lzeac")
 foreach(module zea zeac)
   if(TARGET ${module})
-    set(zea_module_libraries -lzea -lqx)
-    if(module STREQUAL zeac)
-      set(zea_module_libraries -lzeac)
-    endif()
-    list(JOIN zea_module_libraries " " zea_module_libraries)
+    set(zea_module_libraries ${zea_libs_of_${module}})
     configure_file(cmake/module.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
       COMPONENT development)

@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // A text as "db_structure", and what a model and a host are told of it.
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <memory>
 
 #include "check.h"
 
 namespace {
-
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
 
 void appendStatements(std::string& lines, const CMVariantMap& map, const std::string& firstWord) {
   for (const CMVariant& item : *map.at("instructions").listIfAny()) {
@@ -36,13 +32,13 @@ std::string linesOf(const CMVariant& structure) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string document = textOf(data, size);
-  const std::unique_ptr<IZEAAssistant, FreeObject> assistant(
+  const zea::Owned<IZEAAssistant> assistant(
       ZEACreateAssistant(ZEAAssistantType::OPENAI_v1, nullptr, "", "http://127.0.0.1", nullptr));
   bool isAccepted = false;
   assistant->updateProperties(
       [&](IZEAProperties* properties) { isAccepted = properties->setValue("db_structure", document); });
 
-  const std::unique_ptr<IZEAProperties, FreeObject> properties(assistant->obtainProperties());
+  const zea::Owned<IZEAProperties> properties(assistant->obtainProperties());
   const std::string prompt = properties->obtainValue("combined_instructions").stringValue();
   const std::string lines = linesOf(properties->obtainValue("db_structure"));
 

@@ -11,22 +11,12 @@
 #include "qx/variant.h"
 #include "zea/izea_assistant_memory.h"
 #include "zea/izea_properties.h"
+#include "zea/zea_property_names.h"
 #include "zea_default_assistant_memory.h"
 
 namespace zea {
-
-/// The keys, compared byte for byte.
-inline constexpr char kApiHost[] = "api_host";
-inline constexpr char kApiKey[] = "api_key";
-inline constexpr char kModel[] = "model";
-inline constexpr char kUseTemperature[] = "use_temperature";
-inline constexpr char kTemperature[] = "temperature";
-inline constexpr char kUserInstructions[] = "user_instructions";
-inline constexpr char kSystemInstructions[] = "system_instructions";
-inline constexpr char kStructure[] = "db_structure";
-inline constexpr char kCombinedInstructions[] = "combined_instructions";
-
-}  // namespace zea
+using namespace property;  // the keys, compared byte for byte
+}
 
 /// The settings of one assistant. The adapters read the fields directly; the host reads and writes by key. The
 /// database structure is no field: its document lives as JSON text in the memory, is fetched each time it is needed,

@@ -108,12 +108,28 @@ TEST_F(ConsoleProgram, RunsTheStatementsOfAnswersThatOnlyRead) {
 TEST_F(ConsoleProgram, TellsThatAnAnswerIsBlankAndForgetsTheQuestion) {
   enqueue(200, openAiAnswer(" \n"));
   const ChildResult chat = talk({"chat"}, "one\ntwo\n");
-  enqueue(200, openAiAnswer(""));
-  const ChildResult asked = talk({"ask", "q"});
-
   EXPECT_NE(chat.error.find("The model answered with nothing"), std::string::npos);
   EXPECT_NE(chat.output.find("no earlier turns"), std::string::npos) << chat.output;
-  EXPECT_EQ(asked.exitCode, 4);
+
+  // A refusal, a filter, no room left, thinking and nothing else.
+  const std::pair<const char*, const char*> cases[] = {
+      {"openai", R"({"choices":[{"message":{"role":"assistant","content":null,"refusal":"I cannot."}}]})"},
+      {"openai", R"({"choices":[{"finish_reason":"content_filter","message":{"role":"assistant","content":""}}]})"},
+      {"deepseek", R"({"choices":[{"message":{"role":"assistant","content":"","reasoning_content":"hm"}}]})"},
+      {"anthropic", R"({"type":"message","role":"assistant","content":[],"stop_reason":"refusal"})"},
+      {"anthropic", R"({"type":"message","role":"assistant","content":[{"type":"thinking","thinking":"hm"}]})"},
+      {"google", R"({"candidates":[{"finishReason":"SAFETY"}]})"},
+      {"google", R"({"candidates":[{"content":{"role":"model"},"finishReason":"MAX_TOKENS"}]})"},
+      {"ollama", R"({"message":{"role":"assistant","content":"","thinking":"hm"},"done":true})"},
+      {"moonshot", R"({"choices":[]})"},
+  };
+  for (const auto& [provider, body] : cases) {
+    enqueue(200, body);
+    const ChildResult asked = run({"ask", "q", "--db", path("small.db"), "--provider", provider, "--host", url_,
+                                   "--key-file", path("key"), "--model", "m"});
+    EXPECT_EQ(asked.exitCode, 4) << body << asked.error;
+    EXPECT_EQ(asked.output, "") << body;
+  }
 }
 
 TEST_F(ConsoleProgram, SendsTheTablesThatAQuestionNeeds) {

@@ -7,13 +7,14 @@
 
 namespace {
 
-using support::ChildResult;
 using support::openAiAnswer;
 using support::Terminal;
-using ConsoleTerminal = support::ConsoleFixture;
+
+/// The program at terminals whose locale knows UTF-8, and at others.
+class ConsoleTerminal : public support::ConsoleFixture, public testing::WithParamInterface<const char*> {};
 
 // Ctrl-C ended the program, and with it the conversation.
-TEST_F(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
+TEST_P(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
   createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
   enqueue(200, openAiAnswer("First."));
   standin::Reply slow{200, "{}"};
@@ -21,7 +22,8 @@ TEST_F(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
   standin_.enqueue(slow);
   enqueue(200, openAiAnswer("Third."));
   Terminal terminal({ZEA_PROGRAM, "chat", "--db", path("small.db"), "--provider", "openai", "--host", url_,
-                     "--key-file", path("key"), "--model", "m"});
+                     "--key-file", path("key"), "--model", "m"},
+                    {GetParam()});
 
   terminal.readUntil("zea> ");
   terminal.type("one\n");
@@ -44,14 +46,15 @@ TEST_F(ConsoleTerminal, ClearsTheLineAndEndsQuestionsWithControlC) {
       << body;
 }
 
-TEST_F(ConsoleTerminal, AsksBeforeItSendsALot) {
+TEST_P(ConsoleTerminal, AsksBeforeItSendsALot) {
   std::string script = "BEGIN;";
   for (int i = 0; i < 1500; ++i) {
     script += "CREATE TABLE matter_" + std::to_string(i) + " (id INTEGER PRIMARY KEY, first_of_all TEXT, second INT);";
   }
   createDatabase("large.db", script + "COMMIT;");
   Terminal terminal({ZEA_PROGRAM, "chat", "--db", path("large.db"), "--provider", "openai", "--host", url_,
-                     "--key-file", path("key"), "--model", "m", "--budget", "0"});
+                     "--key-file", path("key"), "--model", "m", "--budget", "0"},
+                    {GetParam()});
 
   terminal.readUntil("zea> ");
   terminal.type("one\n");
@@ -68,11 +71,12 @@ TEST_F(ConsoleTerminal, AsksBeforeItSendsALot) {
 }
 
 // The shell showed the key that was typed after Ctrl-Z and "fg".
-TEST_F(ConsoleTerminal, ShowsNoKeyAfterControlZ) {
+TEST_P(ConsoleTerminal, ShowsNoKeyAfterControlZ) {
   createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY)");
   Terminal terminal({"/bin/sh", "-mic",
                      "'" ZEA_PROGRAM "' ask q --db '" + path("small.db") + "' --provider openai --host " + url_ +
-                         " --model m; echo stopped; fg; echo ended"});
+                         " --model m; echo stopped; fg; echo ended"},
+                    {GetParam()});
 
   terminal.readUntil("Key for OPENAI: ");
   terminal.type("\x1Asecret-key\n");
@@ -84,8 +88,7 @@ TEST_F(ConsoleTerminal, ShowsNoKeyAfterControlZ) {
   EXPECT_EQ(standin_.requests()[0].header("Authorization"), "Bearer secret-key");
 }
 
-/// A chat at a terminal whose locale knows UTF-8, and one whose doesn't.
-class ConsoleSession : public ConsoleTerminal, public testing::WithParamInterface<const char*> {
+class ConsoleSession : public ConsoleTerminal {
  protected:
   Terminal start(const std::string& option) const {
     return Terminal({ZEA_PROGRAM, "chat", "--db", path("small.db"), "--provider", "openai", "--host", url_,
@@ -166,7 +169,20 @@ TEST_P(ConsoleSession, GoesAsAPersonExpects) {
   EXPECT_EQ(first.all().find("sk-secret"), std::string::npos);
 }
 
-INSTANTIATE_TEST_SUITE_P(Locales, ConsoleSession, testing::Values("LC_ALL=C.UTF-8", "LC_ALL=C"),
-                         [](const auto& one) { return std::string(one.index == 0 ? "Utf8" : "C"); });
+TEST_P(ConsoleTerminal, ShowsManyRowsThroughAPager) {
+  createDatabase("small.db", "CREATE TABLE notes (id INTEGER PRIMARY KEY); INSERT INTO notes VALUES (1), (2), (3)");
+  enqueue(200, openAiAnswer("```sql\nSELECT id FROM notes\n```"));
+  Terminal terminal({ZEA_PROGRAM, "ask", "q", "--run", "--db", path("small.db"), "--provider", "openai", "--host", url_,
+                     "--key-file", path("key"), "--model", "m"},
+                    {GetParam(), "PAGER=sed s/^/paged:/"}, 5);
+
+  EXPECT_EQ(terminal.waitForEnd(), 0);
+  EXPECT_NE(terminal.all().find("paged:3\r\n"), std::string::npos) << terminal.all();
+}
+
+const auto locales = testing::Values("LC_ALL=C.UTF-8", "LC_ALL=C");
+std::string nameOfLocale(const testing::TestParamInfo<const char*>& one) { return one.index == 0 ? "Utf8" : "C"; }
+INSTANTIATE_TEST_SUITE_P(Locales, ConsoleTerminal, locales, nameOfLocale);
+INSTANTIATE_TEST_SUITE_P(Locales, ConsoleSession, locales, nameOfLocale);
 
 }  // namespace

@@ -6,12 +6,6 @@ using namespace zeac;
 
 namespace {
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-template <class Object>
-using Owned = std::unique_ptr<Object, FreeObject>;
-
 void requireHost(std::int32_t result) {
   if (result != 0) throw Refusal(ZEAC_HOST_FAILED, "The host's memory failed.");
 }
@@ -47,7 +41,7 @@ class HostMemory final : public IZEAAssistantMemory {
 
 struct zeac_assistant {
   std::shared_ptr<QXCancelSource> calls;
-  Owned<IZEAAssistant> assistant;
+  zea::Owned<IZEAAssistant> assistant;
 };
 
 namespace {
@@ -57,9 +51,8 @@ template <class MakeValue>
 std::int32_t setProperty(zeac_assistant* assistant, zeac_text name, zeac_string** sentence, MakeValue makeValue) {
   return guard(sentence, [&] {
     bool isSet = false;
-    const std::string failure = require(assistant).assistant->updateProperties(
+    require(assistant).assistant->updateProperties(
         [&](IZEAProperties* properties) { isSet = properties->setValue(stringOf(name), makeValue(*properties)); });
-    requireSuccess(failure);
     if (!isSet) throw Refusal(ZEAC_FAILED, "The assistant does not take that value for " + stringOf(name) + ".");
   });
 }
@@ -93,12 +86,10 @@ int32_t zeac_assistant_create(const zeac_assistant_options* options, zeac_assist
     Result<zeac_assistant> result(assistant);
     const zeac_assistant_options& given = requireRecord(options);
     auto calls = given.cancel == nullptr ? std::make_shared<QXCancelSource>() : given.cancel->source;
-    std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter(calls));
     IZEAAssistantMemory* const memory = given.memory == nullptr ? nullptr : given.memory->memory.get();
-    Owned<IZEAAssistant> made(ZEACreateAssistant(static_cast<ZEAAssistantType>(given.provider), pool.get(),
-                                                 stringOf(given.key), stringOf(given.host), memory));
+    auto made = zea::createAssistant(static_cast<ZEAAssistantType>(given.provider), stringOf(given.key),
+                                     stringOf(given.host), memory, calls);
     if (!made) throw Refusal(ZEAC_BAD_ARGUMENT, "There is no provider of that number.");
-    static_cast<void>(pool.release());  // it is the assistant's now
     result.give({std::move(calls), std::move(made)});
   });
 }
@@ -129,7 +120,7 @@ int32_t zeac_assistant_set_instruction(zeac_assistant* assistant, zeac_text name
 int32_t zeac_assistant_text(zeac_assistant* assistant, zeac_text name, zeac_string** value, zeac_string** sentence) {
   return guard(sentence, [&] {
     Result<zeac_string> result(value);
-    const Owned<IZEAProperties> properties(require(assistant).assistant->obtainProperties());
+    const zea::Owned<IZEAProperties> properties(require(assistant).assistant->obtainProperties());
     result.give({properties->obtainValue(stringOf(name)).stringValue()});
   });
 }
@@ -144,12 +135,9 @@ int32_t zeac_assistant_endpoint(zeac_assistant* assistant, zeac_string** url, ze
 int32_t zeac_assistant_ask(zeac_assistant* assistant, zeac_text question, zeac_string** reply, zeac_string** sentence) {
   return guard(sentence, [&] {
     Result<zeac_string> result(reply);
-    const auto [message, failure] = require(assistant).assistant->addMessage(stringOf(question));
-    const Owned<IZEAMessage> owned(message);
-    if (!owned) throw Refusal(ZEAC_FAILED, failure);
-    std::string text;
-    for (const IZEAMessageSection* section : owned->obtainSections()) text += section->obtainSectionText();
-    result.give({std::move(text)});
+    zea::Answer answer = zea::ask(*require(assistant).assistant, stringOf(question));
+    if (!answer.isAnswered) throw Refusal(ZEAC_FAILED, answer.failure);
+    result.give({std::move(answer.text)});
   });
 }
 

@@ -75,16 +75,13 @@ int32_t zeac_store_memory(zeac_store* store, int64_t conversation, zeac_memory**
 int32_t zeac_sqlite_structure(zeac_text file, zeac_string** document, zeac_strings** instructions,
                               zeac_string** sentence) {
   return guard(sentence, [&] {
+    OptionalStrings pairs(instructions);
     Result<zeac_string> result(document);
     zeakit::ReadResult read = zeasqlite::readStructure(stringOf(file), {});
     requireSuccess(read.error);
-    std::vector<std::string> pairs;
-    for (auto& [name, text] : read.structure.instructions) {
-      pairs.push_back(std::move(name));
-      pairs.push_back(std::move(text));
-    }
-    giveStrings(instructions, std::move(pairs));
+    pairs.make(std::move(read.structure.instructions));
     result.give({std::move(read.structure.document)});
+    pairs.give();
   });
 }
 

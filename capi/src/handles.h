@@ -2,7 +2,7 @@
 // What stands behind the handles, and how failures cross into C.
 #pragma once
 
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <exception>
 #include <memory>
@@ -62,21 +62,42 @@ Object& require(Object* object) {
   return *object;
 }
 
-/// A place for a result, which is null until there is one.
+/// A place for a result, which is null until the operation has succeeded.
 template <class Object>
 class Result {
  public:
   explicit Result(Object** place) : place_(require(place)) { place_ = nullptr; }
+  /// The last step of an operation, since what is given stays.
   void give(Object object) { place_ = new Object(std::move(object)); }
 
  private:
   Object*& place_;
 };
 
-/// For those that may be null.
-inline void giveStrings(zeac_strings** place, std::vector<std::string> texts) {
-  if (place != nullptr) *place = new zeac_strings{std::move(texts)};
-}
+/// The same for a list that the caller may do without, beside another result: made first, given after the other one.
+class OptionalStrings {
+ public:
+  explicit OptionalStrings(zeac_strings** place) : place_(place) {
+    if (place_ != nullptr) *place_ = nullptr;
+  }
+  void make(std::vector<std::string> texts) { made_ = std::make_unique<zeac_strings>(zeac_strings{std::move(texts)}); }
+  /// Names and texts in turn.
+  void make(std::vector<std::pair<std::string, std::string>> pairs) {
+    std::vector<std::string> texts;
+    for (auto& [name, text] : pairs) {
+      texts.push_back(std::move(name));
+      texts.push_back(std::move(text));
+    }
+    make(std::move(texts));
+  }
+  void give() noexcept {
+    if (place_ != nullptr) *place_ = made_.release();
+  }
+
+ private:
+  zeac_strings** place_;
+  std::unique_ptr<zeac_strings> made_;
+};
 
 /// Runs one operation; nothing that it throws leaves.
 template <class Operation>
@@ -97,9 +118,11 @@ std::int32_t guard(zeac_string** sentence, Operation operation) noexcept {
     } catch (const std::exception& error) {
       tell(error.what());
       return ZEAC_FAILED;
+    } catch (...) {
+      return ZEAC_FAILED;
     }
-  } catch (...) {
-    return ZEAC_NO_MEMORY;  // for the sentence
+  } catch (const std::bad_alloc&) {
+    return ZEAC_NO_MEMORY;  // there was none for the sentence
   }
 }
 

@@ -78,16 +78,15 @@ int32_t zeac_structure_add_row(zeac_structure* structure, uint32_t kind, const z
 int32_t zeac_structure_build(const zeac_structure* structure, zeac_string** document, zeac_strings** instructions,
                              zeac_strings** notes) {
   return guard(nullptr, [&] {
+    OptionalStrings pairs(instructions);
+    OptionalStrings sentences(notes);
     Result<zeac_string> result(document);
     zeakit::BuiltStructure built = require(structure).builder.build();
-    std::vector<std::string> pairs;
-    for (auto& [name, text] : built.instructions) {
-      pairs.push_back(std::move(name));
-      pairs.push_back(std::move(text));
-    }
-    giveStrings(instructions, std::move(pairs));
-    giveStrings(notes, std::move(built.notes));
+    pairs.make(std::move(built.instructions));
+    sentences.make(std::move(built.notes));
     result.give({std::move(built.document)});
+    pairs.give();
+    sentences.give();
   });
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "zea/zea.h"
+#include "zea/zea_property_names.h"
 
 namespace zea {
 
@@ -19,20 +20,6 @@ struct FreeObject {
 /// Owns an assistant, a message, a copy of properties or a released memory.
 template <class Object>
 using Owned = std::unique_ptr<Object, FreeObject>;
-
-/// The names of the properties that every assistant has; a provider's own beside them, such as "max_tokens", are told
-/// by `IZEAProperties::obtainDescription`.
-namespace property {
-inline constexpr char kApiKey[] = "api_key";
-inline constexpr char kApiHost[] = "api_host";
-inline constexpr char kModel[] = "model";
-inline constexpr char kTemperature[] = "temperature";
-inline constexpr char kUseTemperature[] = "use_temperature";
-inline constexpr char kUserInstructions[] = "user_instructions";
-inline constexpr char kSystemInstructions[] = "system_instructions";
-inline constexpr char kStructure[] = "db_structure";
-inline constexpr char kCombinedInstructions[] = "combined_instructions";
-}  // namespace property
 
 /// An assistant with connections of its own. `memory` as in `ZEACreateAssistant`; `cancel`: what ends its questions, or
 /// null. Null for a type that doesn't exist.

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "zeakit/ask_for_statement.h"
 
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
-#include <memory>
 #include <utility>
 
 #include "zeakit/reply_parts.h"
@@ -12,20 +11,13 @@ namespace zeakit {
 
 namespace {
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-
 AskStep ask(IZEAAssistant& assistant, IReadOnlyRunner& runner, std::string question) {
   AskStep step;
   step.question = std::move(question);
-  const auto [message, failure] = assistant.addMessage(step.question);
-  const std::unique_ptr<IZEAMessage, FreeObject> owned(message);
-  if (message == nullptr) {
-    step.error = failure;
-    return step;
-  }
-  for (const IZEAMessageSection* const section : message->obtainSections()) step.reply += section->obtainSectionText();
+  zea::Answer answer = zea::ask(assistant, step.question);
+  step.error = std::move(answer.failure);
+  if (!answer.isAnswered) return step;
+  step.reply = std::move(answer.text);
   step.statement = firstStatement(step.reply);
   if (step.statement.empty()) {
     step.error = "The reply has no statement.";
@@ -49,6 +41,10 @@ std::string cellText(const ResultCell& cell) {
 
 }  // namespace
 
+std::string questionForAnother(const std::string& error) {
+  return "The statement can't be run: " + error + "\nWrite one that can be, a single one that only reads.";
+}
+
 AskedStatement askForStatement(IZEAAssistant& assistant, IReadOnlyRunner& runner, const std::string& question,
                                const AskOptions& options) {
   AskedStatement asked;
@@ -56,9 +52,7 @@ AskedStatement askForStatement(IZEAAssistant& assistant, IReadOnlyRunner& runner
   for (int i = 0; i < options.corrections; ++i) {
     const AskStep& last = asked.steps.back();
     if (last.statement.empty() || last.error.empty()) break;
-    asked.steps.push_back(
-        ask(assistant, runner,
-            "The statement can't be run: " + last.error + "\nWrite one that can be, a single one that only reads."));
+    asked.steps.push_back(ask(assistant, runner, questionForAnother(last.error)));
   }
   const AskStep& last = asked.steps.back();
   asked.error = last.error;

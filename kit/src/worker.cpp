@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "zeakit/worker.h"
 
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <condition_variable>
 #include <deque>
@@ -20,10 +20,7 @@ namespace {
 
 constexpr char kCancelled[] = "The question was cancelled.";
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-using Assistant = std::unique_ptr<IZEAAssistant, FreeObject>;
+using Assistant = zea::Owned<IZEAAssistant>;
 
 /// What a thread does; the function that it returns is the callback with its result.
 struct Job {
@@ -179,7 +176,7 @@ void Worker::ask(std::string question, std::function<void(Answer)> callback) {
   run(
       [answer, question = std::move(question)](IZEAAssistant& assistant) {
         const auto [message, failure] = assistant.addMessage(question);
-        const std::unique_ptr<IZEAMessage, FreeObject> owned(message);
+        const zea::Owned<IZEAMessage> owned(message);
         answer->failure = failure;
         if (message == nullptr) return;
         answer->time = message->obtainTime();

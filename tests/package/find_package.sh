@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# find_package.sh BUILD CXX: an installed package is found in its version and components and in no others, wherever its
+# find_package.sh BUILD CXX SOURCE: an installed package is found in its version and components and in no others, wherever its
 # folder has been moved to.
 set -euo pipefail
-build=$1 compiler=$2
+build=$1 compiler=$2 source=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/first" > "$work/install.log"
@@ -27,6 +27,9 @@ done
 for arguments in 99 0.2 'COMPONENTS nothing'; do
   ! finds "$arguments" zea::zea zea/zea.h || { echo "find_package(zea $arguments) succeeds"; exit 1; }
 done
+# A host in C needs no compiler for C++.
+cmake -S "$source/examples/c_host" -B "$work/c" -G Ninja -DCMAKE_PREFIX_PATH="$work/moved" > "$work/log" 2>&1 &&
+  cmake --build "$work/c" >> "$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 for module in zea zeac; do
   flags=$(PKG_CONFIG_PATH=$(dirname "$(find "$work/moved" -name $module.pc)") pkg-config --cflags --libs $module)
   [[ $flags == *"$work/moved/"*include*"-l$module"* ]] || { echo "pkg-config $module: $flags"; exit 1; }

@@ -24,7 +24,7 @@ for provider in $(tr -d ',.' <<<"$known"); do
   grep -qw "${provider^^}" <<<"$paths" || miss "zea-standin --help does not name $provider"
 done
 
-for key in $(sed -nE 's/^inline constexpr char k[A-Za-z]+\[\] = "(.*)";/\1/p' "$tree/src/zea_assistant_properties.h"); do
+for key in $(sed -nE 's/^inline constexpr char k[A-Za-z]+\[\] = "(.*)";/\1/p' "$tree/include/zea/zea_property_names.h"); do
   grep -q "\"$key\"" "$tree/include/zea/izea_properties.h" || miss "izea_properties.h does not tell of $key"
 done
 exit $missing

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 
 #include <memory>
 #include <ostream>
@@ -12,11 +12,7 @@
 
 #include "standin/zea_standin.h"
 
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-template <class Object>
-using Owned = std::unique_ptr<Object, FreeObject>;
+using zea::Owned;
 
 struct Provider {
   const char* name;

@@ -21,12 +21,16 @@ namespace support {
 /// The program at a terminal of its own.
 class Terminal {
  public:
-  /// `environment`: "NAME=value", besides what the test has.
-  explicit Terminal(std::vector<std::string> command, std::vector<std::string> environment = {}) {
+  /// `environment`: "NAME=value", besides what the test has. `rows`: how high it is; 0: it doesn't tell.
+  explicit Terminal(std::vector<std::string> command, std::vector<std::string> environment = {},
+                    unsigned short rows = 0) {
     std::vector<char*> arguments;
     for (std::string& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
-    child_ = forkpty(&screen_, nullptr, nullptr, nullptr);
+    winsize size{};
+    size.ws_row = rows;
+    size.ws_col = 80;
+    child_ = forkpty(&screen_, nullptr, nullptr, &size);
     if (child_ == 0) {
       // Ctrl-C throws nothing away that is on its way to the screen.
       termios modes{};

@@ -60,7 +60,7 @@ class Chat {
         {"rows", "QUESTION", "ask about the rows that were shown, which are sent", &Chat::sendRows},
         {"schema", "", "list the tables that the last question carried", &Chat::showTables},
         {"prompt", "", "show what the model is told ahead of the questions", &Chat::showPrompt},
-        {"provider", "[NAME [MODEL [HOST]]]", "\n                          show the provider, or go on at another one",
+        {"provider", "[NAME [MODEL [HOST]]]", "show the provider, or go on at another one",
          &Chat::showOrChangeProvider},
         {"model", "[NAME]", "show the model, or ask another one from now on", &Chat::showOrSetModel},
         {"models", "", "list the provider's models; Tab completes them then", &Chat::listModels},
@@ -225,7 +225,7 @@ class Chat {
     for (const ChatCommand& command : commands()) {
       std::string left = "  /" + std::string(command.word);
       left.append(command.arguments.empty() ? "" : " ").append(command.arguments);
-      left.resize(std::max(left.size() + 1, column), ' ');
+      left.size() < column ? left.resize(column, ' ') : static_cast<void>(left.append("\n").append(column, ' '));
       text += left + std::string(command.help) + "\n";
     }
     printNote(text +

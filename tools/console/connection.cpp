@@ -26,7 +26,7 @@ std::string shortenHost(const std::string& host, const std::string& endpoint) {
   const std::size_t begin = endpoint.find(shortened);
   if (shortened.empty() || begin == endpoint.npos) return shortened;
   std::string path = endpoint.substr(begin + shortened.size());
-  path.erase(0, path.find_first_not_of('/') - 1);
+  while (path.starts_with("//")) path.erase(0, 1);
   for (std::size_t end = path.size(); end != 0 && end != path.npos; end = path.rfind('/', end - 1)) {
     const std::string_view repeated = std::string_view(path).substr(0, end);
     if (shortened.ends_with(repeated)) return shortened.substr(0, shortened.size() - repeated.size());
@@ -45,23 +45,18 @@ Connection::Connection(const Provider& provider, const ProviderKey& key, const s
 }
 
 void Connection::create(const std::string& host, IZEAAssistantMemory* memory) {
-  std::unique_ptr<ICSHTTPPoolCenter> pool(QX::createHTTPPoolCenter(calls_));
-  assistant_.reset(ZEACreateAssistant(provider_.type, pool.get(), key_.text, host, memory));
+  assistant_ = zea::createAssistant(provider_.type, key_.text, host, memory, calls_);
   if (!assistant_) throw std::logic_error("The library does not know the provider.");
-  static_cast<void>(pool.release());  // it is the assistant's now
 }
 
 void Connection::set(const std::string& key, const CMVariant& value) {
-  bool isSet = false;
-  const std::string failure =
-      assistant_->updateProperties([&](IZEAProperties* properties) { isSet = properties->setValue(key, value); });
-  if (!isSet || !failure.empty()) throw std::logic_error("The library did not accept " + key + ". " + failure);
+  if (!zea::setProperty(*assistant_, key, value)) throw std::logic_error("The library did not accept " + key + ".");
 }
 
 void Connection::setText(const std::string& key, const std::string& text) { set(key, repairUtf8(text)); }
 
 std::string Connection::obtainText(const std::string& key) const {
-  const Owned<IZEAProperties> properties(assistant_->obtainProperties());
+  const zea::Owned<IZEAProperties> properties(assistant_->obtainProperties());
   return properties->obtainValue(key).stringValue();
 }
 
@@ -83,20 +78,17 @@ std::vector<std::string> Connection::listModels() {
 
 std::string Connection::ask(const std::string& question) {
   const CancelOnInterrupt interrupt(calls_);
-  const auto [reply, failure] = [&] {
+  zea::Answer answer = [&] {
     const WaitingNote waiting;
-    return assistant_->addMessage(repairUtf8(question));
+    return zea::ask(*assistant_, repairUtf8(question));
   }();
-  const Owned<IZEAMessage> message(reply);
-  if (!message) throw fail(failure);
-  std::string text;
-  for (const IZEAMessageSection* section : message->obtainSections()) text += section->obtainSectionText();
-  if (qxTrimAsString(text).empty()) {
+  if (!answer.isAnswered) throw fail(answer.failure);
+  if (qxTrimAsString(answer.text).empty()) {
     throw Failure(ExitCode::Blank,
                   "The model answered with nothing: it may have refused, or have had no room left for an answer. The "
                   "question is not kept.");
   }
-  return text;
+  return std::move(answer.text);
 }
 
 std::string Connection::askForStatement(const std::string& question, zeakit::IReadOnlyRunner& runner) {

@@ -2,7 +2,7 @@
 // One provider's end of a conversation.
 #pragma once
 
-#include <zea/zea.h>
+#include <zea/zea_owned.h>
 #include <zeakit/read_only_runner.h>
 
 #include <memory>
@@ -13,12 +13,6 @@
 #include "console/provider.h"
 
 namespace console {
-
-struct FreeObject {
-  void operator()(IZEAObject* object) const { ZEAFreeObject(object); }
-};
-template <class Object>
-using Owned = std::unique_ptr<Object, FreeObject>;
 
 /// Wraps an assistant. Texts from outside are repaired to UTF-8 before they go to it. Operations that fail throw
 /// `Failure` with the library's sentence and the exit code that belongs to it.
@@ -54,7 +48,7 @@ class Connection {
   bool isRaw_ = false;
   ProviderKey key_;                                                             // masked in what the provider says
   std::shared_ptr<QXCancelSource> calls_ = std::make_shared<QXCancelSource>();  // knows how the last one ended
-  Owned<IZEAAssistant> assistant_;
+  zea::Owned<IZEAAssistant> assistant_;
 };
 
 }  // namespace console

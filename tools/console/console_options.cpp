@@ -242,10 +242,13 @@ class OptionsReader {
   std::string describeMissing(int argc, const char* const* argv, const std::string& otherwise) const {
     const bool hasWord = argc > 1 && argv[1][0] != '-' && app_.get_subcommands().empty();
     if (!hasWord) return otherwise + ". See zea --help.";
-    constexpr const char* commands = "ask, chat, models, prompt, sample";
+    std::string commands;
+    for (const CLI::App* one : app_.get_subcommands([](const CLI::App*) { return true; })) {
+      commands += (commands.empty() ? "" : ", ") + one->get_name();
+    }
     const std::string nearest = nearestWord(argv[1], commands);
-    return std::string("There is no such command") + (nearest.empty() ? "" : "; did you mean zea " + nearest + "?") +
-           (nearest.empty() ? std::string("; there are ") + commands + ". See zea --help." : " See zea --help.");
+    return "There is no such command; " +
+           (nearest.empty() ? "there are " + commands + "." : "did you mean zea " + nearest + "?") + " See zea --help.";
   }
 
   void check() const {

@@ -12,7 +12,7 @@
 #include <iostream>
 
 #include "console/failure.h"
-#include "console/row_table.h"
+#include "console/row_text.h"
 #include "console/utf8.h"
 
 namespace console {

@@ -67,14 +67,14 @@ zeakit::OpenedRunner openRunnerOf(const std::string& name) {
 
 }  // namespace
 
-Database::Database(const ConsoleOptions& options) : options_(options) {}
+Database::Database(const ConsoleOptions& options) : name_(options.databaseFile) {
+  filter_.includedTables = options.tables;
+  filter_.includedSchemas = options.schemas;
+}
 
 zeakit::BuiltStructure Database::readTimed() {
-  zeakit::StructureOptions filter;
-  filter.includedTables = options_.tables;
-  filter.includedSchemas = options_.schemas;
   const auto begin = std::chrono::steady_clock::now();
-  zeakit::ReadResult result = readFrom(options_.databaseFile, filter);
+  zeakit::ReadResult result = readFrom(name_, filter_);
   readingTime_ = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
   if (!result.error.empty()) throw Failure(ExitCode::Usage, result.error);
   return std::move(result.structure);
@@ -83,12 +83,14 @@ zeakit::BuiltStructure Database::readTimed() {
 zeakit::BuiltStructure Database::read() {
   zeakit::BuiltStructure structure = readTimed();
   for (const std::string& note : structure.notes) printNote(note);
-  tables_ = zeakit::StructureIndex(structure.document).size();
-  if (tables_ == 0) {
-    throw Failure(ExitCode::Usage, options_.databaseFile + " has no tables or views to talk about.");
-  }
-  document_ = structure.document;
+  remember(structure);
+  if (tables_ == 0) throw Failure(ExitCode::Usage, name_ + " has no tables or views to talk about.");
   return structure;
+}
+
+void Database::remember(const zeakit::BuiltStructure& structure) {
+  last_ = structure;
+  tables_ = zeakit::StructureIndex(structure.document).size();
 }
 
 bool Database::isReadEachTime() const {
@@ -100,20 +102,20 @@ bool Database::isReadEachTime() const {
 std::optional<zeakit::BuiltStructure> Database::readIfChanged() {
   if (!isReadEachTime()) return std::nullopt;
   zeakit::BuiltStructure structure = readTimed();
-  if (structure.document == document_) return std::nullopt;
-  document_ = structure.document;
-  tables_ = zeakit::StructureIndex(document_).size();
+  // The texts of views are in the instructions.
+  if (structure.document == last_.document && structure.instructions == last_.instructions) return std::nullopt;
+  remember(structure);
   return structure;
 }
 
 std::unique_ptr<zeakit::IReadOnlyRunner> Database::openRunner() const {
-  zeakit::OpenedRunner opened = openRunnerOf(options_.databaseFile);
+  zeakit::OpenedRunner opened = openRunnerOf(name_);
   if (!opened.error.empty()) throw Failure(ExitCode::Usage, opened.error);
   return std::move(opened.runner);
 }
 
 std::string Database::describe() const {
-  return options_.databaseFile + " (" + std::to_string(tables_) + (tables_ == 1 ? " table)" : " tables and views)");
+  return name_ + " (" + std::to_string(tables_) + (tables_ == 1 ? " table)" : " tables and views)");
 }
 
 }  // namespace console

@@ -35,10 +35,12 @@ class Database {
 
  private:
   zeakit::BuiltStructure readTimed();
+  void remember(const zeakit::BuiltStructure& structure);
 
-  const ConsoleOptions& options_;
+  std::string name_;
+  zeakit::StructureOptions filter_;
   std::chrono::milliseconds readingTime_{0};
-  std::string document_;
+  zeakit::BuiltStructure last_;
   std::size_t tables_ = 0;
 };
 

@@ -45,20 +45,26 @@ CancelOnInterrupt::~CancelOnInterrupt() {
   running = nullptr;
 }
 
-// A thread, because a runner may be cancelled from any of them, but not from a signal handler.
-CancelStatementOnInterrupt::CancelStatementOnInterrupt(zeakit::IReadOnlyRunner& runner) {
+CancelStatementOnInterrupt::HeldSignals::HeldSignals() {
   const sigset_t signals = awaitedSignals();
   static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, &former_));
-  waiting_ = std::thread([signals, &runner] {
-    int signal = 0;
-    while (sigwait(&signals, &signal) == 0 && signal == SIGINT) runner.cancel();
-  });
 }
+
+CancelStatementOnInterrupt::HeldSignals::~HeldSignals() {
+  static_cast<void>(pthread_sigmask(SIG_SETMASK, &former_, nullptr));
+}
+
+// A thread, because a runner may be cancelled from any of them, but not from a signal handler.
+CancelStatementOnInterrupt::CancelStatementOnInterrupt(zeakit::IReadOnlyRunner& runner)
+    : waiting_([&runner] {
+        const sigset_t signals = awaitedSignals();
+        int signal = 0;
+        while (sigwait(&signals, &signal) == 0 && signal == SIGINT) runner.cancel();
+      }) {}
 
 CancelStatementOnInterrupt::~CancelStatementOnInterrupt() {
   static_cast<void>(pthread_kill(waiting_.native_handle(), SIGUSR1));
   waiting_.join();
-  static_cast<void>(pthread_sigmask(SIG_SETMASK, &former_, nullptr));
 }
 
 IgnoredInterrupt::IgnoredInterrupt() : former_(handleInterrupt([](int) {})) {}

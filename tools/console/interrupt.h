@@ -33,7 +33,19 @@ class CancelStatementOnInterrupt {
   CancelStatementOnInterrupt& operator=(const CancelStatementOnInterrupt&) = delete;
 
  private:
-  sigset_t former_{};
+  /// Ctrl-C, and what ends the thread that waits for it, are held back in this thread and those that it starts.
+  class HeldSignals {
+   public:
+    HeldSignals();
+    ~HeldSignals();
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+   private:
+    sigset_t former_{};
+  };
+
+  HeldSignals held_;  // before the thread starts
   std::thread waiting_;
 };
 

@@ -75,12 +75,10 @@ void KeptConversation::rename(const std::string& title) {
   title_ = title;
 }
 
-bool KeptConversation::remove(const zeasqlite::ConversationInfo& conversation) {
+void KeptConversation::remove(const zeasqlite::ConversationInfo& conversation) {
   const std::string failure = store_->remove(conversation.id);
   if (!failure.empty()) fail(failure);
-  if (memory_ == nullptr || conversation.id != id_) return false;
-  memory_.reset();
-  return true;
+  if (conversation.id == id_) memory_.reset();
 }
 
 }  // namespace console

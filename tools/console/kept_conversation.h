@@ -27,8 +27,8 @@ class KeptConversation {
   void resume(const zeasqlite::ConversationInfo& conversation);
   /// REQUIRES: one goes on.
   void rename(const std::string& title);
-  /// True when it was the one that goes on; then none does any more.
-  bool remove(const zeasqlite::ConversationInfo& conversation);
+  /// If it is the one that goes on, none does any more.
+  void remove(const zeasqlite::ConversationInfo& conversation);
 
   /// Null while none goes on.
   zeasqlite::ConversationMemory* memory() { return memory_.get(); }

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "console/personal_files.h"
+#include "console/terminal_question.h"
 
 // readline's headers need FILE to be declared.
 #include <readline/history.h>
@@ -111,13 +112,14 @@ void leaveTerminal(const WatchedSignals& signals, int signal) {
   rl_forced_update_display();
 }
 
-std::function<std::vector<std::string>(const std::string&)> completionsOfLine;
+// Of the reader that there is.
+const std::function<std::vector<std::string>(const std::string&)>* completionsOfLine = nullptr;
 
 /// The words in the memory that readline frees; null when there is none.
 char** completeWord(const char* word, int, int) {
   rl_attempted_completion_over = 1;  // no names of files
   std::vector<std::string> found;
-  for (const std::string& one : completionsOfLine(rl_line_buffer)) {
+  for (const std::string& one : (*completionsOfLine)(rl_line_buffer)) {
     if (one.starts_with(word)) found.push_back(one);
   }
   if (found.empty()) return nullptr;
@@ -171,9 +173,9 @@ std::string makeHistoryFile() {
 }  // namespace
 
 LineReader::LineReader(bool keepsLines, std::function<std::vector<std::string>(const std::string& line)> completions)
-    : isInteractive_(::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1) {
+    : isInteractive_(isAnybodyThere()), completions_(std::move(completions)) {
   if (!isInteractive_) return;
-  completionsOfLine = std::move(completions);
+  completionsOfLine = &completions_;
   rl_outstream = stderr;
   rl_readline_name = "zea";
   rl_attempted_completion_function = completeWord;
@@ -192,6 +194,8 @@ LineReader::LineReader(bool keepsLines, std::function<std::vector<std::string>(c
 }
 
 LineReader::~LineReader() {
+  rl_attempted_completion_function = nullptr;
+  completionsOfLine = nullptr;
   if (historyFile_.empty()) return;
   constexpr int linesOfFile = 4000;
   static_cast<void>(history_truncate_file(historyFile_.c_str(), linesOfFile));

@@ -28,6 +28,7 @@ class LineReader {
   void remember(const std::string& line) const;
 
   bool isInteractive_;
+  std::function<std::vector<std::string>(const std::string& line)> completions_;
   std::string historyFile_;  // empty: none
 };
 

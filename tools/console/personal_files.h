@@ -6,8 +6,8 @@
 
 namespace console {
 
-/// Folders of the user's own by the rules of XDG, without a line end; empty where neither the variable nor HOME names
-/// one. They need not exist.
+/// Folders of the user's own by the rules of XDG, without a slash at the end; empty where neither the variable nor HOME
+/// names one. They need not exist.
 std::string obtainConfigFolder();
 std::string obtainDataFolder();
 std::string obtainStateFolder();

@@ -74,7 +74,10 @@ Session::Session(const ConsoleOptions& options)
     : options_(options), window_(memory_, {0, kTokensOfTurns, true}), focused_(window_, fitOptionsOf(options)) {}
 
 KeptConversation& Session::kept() {
-  if (kept_ == nullptr) kept_ = std::make_unique<KeptConversation>();
+  if (kept_ == nullptr) {
+    kept_ = std::make_unique<KeptConversation>();
+    memory_.keepIn(*kept_);
+  }
   return *kept_;
 }
 
@@ -86,17 +89,13 @@ void Session::keepConversation(bool isLatest) {
   } else {
     kept_->begin({});
   }
-  memory_.keepIn(kept_->memory());
   const std::size_t answers = isLatest && !all.empty() ? all.front().answers : 0;
   printNote("This conversation is kept: " + kept_->title() + ", " + std::to_string(answers) + " answers so far.");
 }
 
 void Session::startAnew() {
   memory_.forgetTurns();
-  if (kept_ == nullptr || kept_->memory() == nullptr) return;
-  memory_.keepIn(nullptr);
-  kept_->begin({});
-  memory_.keepIn(kept_->memory());
+  if (kept_ != nullptr && kept_->memory() != nullptr) kept_->begin({});
 }
 
 void Session::saveAs(const std::string& title) {
@@ -105,27 +104,18 @@ void Session::saveAs(const std::string& title) {
     return;
   }
   kept_->begin(title);
-  memory_.keepIn(kept_->memory());
   memory_.storeTurns();
   noteWhatIsNotKept();
 }
 
 std::size_t Session::load(const std::string& name) {
   const auto found = kept().find(name);
-  memory_.keepIn(nullptr);
   kept_->resume(found);
   memory_.takeTurnsOf(*kept_->memory());
-  memory_.keepIn(kept_->memory());
   return found.answers;
 }
 
-void Session::removeKept(const std::string& name) {
-  const auto found = kept().find(name);
-  // What is deleted goes on unstored: its memory must not be asked any more.
-  if (kept_->memory() != nullptr && found.title == kept_->title()) memory_.keepIn(nullptr);
-  const bool wasThis = kept_->remove(found);
-  if (!wasThis) memory_.keepIn(kept_->memory());
-}
+void Session::removeKept(const std::string& name) { kept().remove(kept().find(name)); }
 
 std::string Session::listKept() {
   std::string text;
@@ -206,7 +196,7 @@ void Session::configure(Connection& connection) const {
 }
 
 void Session::describeDatabase(const zeakit::BuiltStructure& structure) {
-  systemInstructions_["answer_form"] = "Write SQL in fenced sql blocks.";
+  systemInstructions_ = {{"answer_form", "Write SQL in fenced sql blocks."}};
   for (const auto& [name, text] : structure.instructions) {
     // They tell of every table, whatever the question; of a large database that is more than the tables themselves.
     const bool isTooLong = options_.budget > 0 && zeakit::estimateTokens(text) > options_.budget / 4;

@@ -57,6 +57,7 @@ class Session {
   /// Goes on with a conversation that was kept, named by its place in the list or its title. Returns how many answers
   /// it has.
   std::size_t load(const std::string& name);
+  /// Deletes one; if it is this conversation, that goes on without being stored.
   void removeKept(const std::string& name);
   /// A line for each conversation that is kept.
   std::string listKept();

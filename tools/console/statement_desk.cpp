@@ -115,8 +115,8 @@ void StatementDesk::copy() const {
 
 std::optional<std::string> StatementDesk::describeFailure() const {
   if (!result_ || result_->error.empty()) return std::nullopt;
-  return "The statement can't be run: " + result_->error + "\n" + statement_ +
-         "\nWrite one that can be, a single one that only reads.";
+  // The user may have edited it.
+  return zeakit::questionForAnother(result_->error + "\n" + statement_);
 }
 
 std::string StatementDesk::addRows(const std::string& question) const {

@@ -5,7 +5,6 @@ from __future__ import annotations
 
 import ctypes
 import os
-import re
 from ctypes import POINTER, c_char_p, c_double, c_int32, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
 
 NAME = "libzeac.so.0.1"
@@ -150,8 +149,3 @@ def take_strings(place: c_void_p) -> list[str]:
         return [from_text(library.zeac_strings_at(place, i)) for i in range(library.zeac_strings_count(place))]
     finally:
         library.zeac_strings_free(place)
-
-
-def bare(sentence: str) -> str:
-    """A sentence in one line."""
-    return re.sub(r"\s+", " ", sentence).strip()

@@ -45,6 +45,9 @@ struct AskedStatement {
 [[nodiscard]] ZEAKIT_API AskedStatement askForStatement(IZEAAssistant& assistant, IReadOnlyRunner& runner,
                                                         const std::string& question, const AskOptions& options = {});
 
+/// What is asked when a statement can't be run: the error, and for another statement.
+[[nodiscard]] ZEAKIT_API std::string questionForAnother(const std::string& error);
+
 /// A question about rows, with these rows: what a host sends when its user wants the provider to see them. One line a
 /// row, cells between tabs, binary values left out.
 [[nodiscard]] ZEAKIT_API std::string questionWithRows(const std::string& question, const StatementResult& result);

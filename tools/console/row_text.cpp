@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "console/row_table.h"
+#include "console/row_text.h"
 
 #include <qx/qx.h>
 
 #include <algorithm>
 #include <cctype>
 #include <iterator>
-#include <regex>
 #include <vector>
 
 #include "console/utf8.h"
@@ -56,10 +55,13 @@ std::string quoteText(const std::string& text) {
   return brackets.substr(1, brackets.size() - 2);
 }
 
-/// Whether a JSON number holds the text as it stands.
+/// Whether the text is a JSON number as it stands.
 bool isNumber(const std::string& text) {
-  static const std::regex number(R"(-?(0|[1-9][0-9]{0,40})(\.[0-9]{1,40})?([eE][-+]?[0-9]{1,3})?)");
-  return text.size() < 100 && std::regex_match(text, number);
+  if (text.find_first_not_of("+-.0123456789Ee") != text.npos) return false;
+  const COJson list("[" + text + "]");
+  const COJsonValue* const item = list.obtainArrayItem(0);
+  if (item == nullptr) return false;
+  return item->obtainType() == COJsonValueType::Integer || item->obtainType() == COJsonValueType::Double;
 }
 
 /// Columns of expressions have no type in SQLite: there the value decides.
