@@ -148,7 +148,8 @@ std::string ZEAAssistantProperties::obtainSchemaInstructions() const {
 
 std::string ZEAAssistantProperties::obtainCombinedInstructions() const { return combineInstructions(readDocument()); }
 
-std::string ZEAAssistantProperties::combineInstructions(RememberedText document) const {
+// The document ends here, before the body is made of what it became.
+std::string ZEAAssistantProperties::combineInstructions(RememberedText document) const {  // NOLINT
   std::string text;
   // Made once, since prompts are long: statements are shorter than half of their document.
   text.reserve(userInstructions.size() + document.obtain().size() / 2);

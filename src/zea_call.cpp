@@ -103,7 +103,8 @@ std::pair<std::vector<std::string>, std::string> ZEACall::listModels() const {
   const CODefer freeResponse([&result] { delete result.first; });
   const ZEAAnswer answer = answerOf(result);
 
-  if (std::optional<std::string> failure = checkListing(answer)) return {{}, std::move(*failure)};
+  std::optional<std::string> failure = checkListing(answer);
+  if (failure) return {std::vector<std::string>(), std::move(*failure)};
   if (answer.json == nullptr) return {{}, fixedListingFailure(kInvalidResponse, listingPath())};
   std::optional<std::vector<std::string>> models = readModels(*answer.json);
   if (!models) return {{}, fixedListingFailure(kUnsupportedDataFormat, listingPath())};

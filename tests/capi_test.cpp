@@ -59,7 +59,10 @@ TEST(CInterface, RefusesWhatIsNullOrUnknown) {
   EXPECT_EQ(zeac_string_text(nullptr).size, 0U);
   EXPECT_EQ(zeac_strings_at(nullptr, 3).size, 0U);
   EXPECT_EQ(zeac_rows_cell(nullptr, 1, 1, &kind).size, 0U);
-  EXPECT_EQ(zeac_version() >> 16U, static_cast<unsigned>(zeac_version_text()[0] - '0'));
+  const std::uint32_t version = zeac_version();
+  EXPECT_EQ(std::to_string(version >> 16U) + "." + std::to_string(version >> 8U & 0xffU) + "." +
+                std::to_string(version & 0xffU),
+            zeac_version_text());
 }
 
 struct Turns {

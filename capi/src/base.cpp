@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Strings, cancelling, settings, localisation.
+#include <zea/zea_version.h>
+
 #include <cstring>
 
 #include "handles.h"
@@ -24,9 +26,9 @@ void localize(const char* request, void* data) {
 
 }  // namespace
 
-uint32_t zeac_version(void) { return ZEAC_VERSION_NUMBER; }
+uint32_t zeac_version(void) { return ZEA_VERSION_NUMBER; }
 
-const char* zeac_version_text(void) { return ZEAC_VERSION_TEXT; }
+const char* zeac_version_text(void) { return ZEA_VERSION; }
 
 zeac_text zeac_string_text(const zeac_string* string) { return string == nullptr ? textOf("") : textOf(string->text); }
 

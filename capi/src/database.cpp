@@ -79,7 +79,7 @@ int32_t zeac_sqlite_structure(zeac_text file, zeac_string** document, zeac_strin
     Result<zeac_string> result(document);
     zeakit::ReadResult read = zeasqlite::readStructure(stringOf(file), {});
     requireSuccess(read.error);
-    pairs.make(std::move(read.structure.instructions));
+    pairs.make(read.structure.instructions);
     result.give({std::move(read.structure.document)});
     pairs.give();
   });

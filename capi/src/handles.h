@@ -82,12 +82,9 @@ class OptionalStrings {
   }
   void make(std::vector<std::string> texts) { made_ = std::make_unique<zeac_strings>(zeac_strings{std::move(texts)}); }
   /// Names and texts in turn.
-  void make(std::vector<std::pair<std::string, std::string>> pairs) {
+  void make(const std::vector<std::pair<std::string, std::string>>& pairs) {
     std::vector<std::string> texts;
-    for (auto& [name, text] : pairs) {
-      texts.push_back(std::move(name));
-      texts.push_back(std::move(text));
-    }
+    for (const auto& [name, text] : pairs) texts.insert(texts.end(), {name, text});
     make(std::move(texts));
   }
   void give() noexcept {

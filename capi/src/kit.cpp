@@ -82,7 +82,7 @@ int32_t zeac_structure_build(const zeac_structure* structure, zeac_string** docu
     OptionalStrings sentences(notes);
     Result<zeac_string> result(document);
     zeakit::BuiltStructure built = require(structure).builder.build();
-    pairs.make(std::move(built.instructions));
+    pairs.make(built.instructions);
     sentences.make(std::move(built.notes));
     result.give({std::move(built.document)});
     pairs.give();

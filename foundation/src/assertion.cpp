@@ -9,7 +9,7 @@ namespace {
 void reportByDefault([[maybe_unused]] const char* condition, [[maybe_unused]] const char* sourcePath,
                      [[maybe_unused]] int line) {
 #ifndef NDEBUG
-  std::fprintf(stderr, "%s:%d: check failed: %s\n", sourcePath, line, condition);
+  static_cast<void>(std::fprintf(stderr, "%s:%d: check failed: %s\n", sourcePath, line, condition));
 #endif
 }
 

@@ -30,6 +30,7 @@ std::vector<std::string> likeliestOf(const Fit& fit) {
                    [](const auto* a, const auto* b) { return a->likelihood > b->likelihood; });
   if (tables.size() > kRememberedTables) tables.resize(kRememberedTables);
   std::vector<std::string> names;
+  names.reserve(tables.size());
   for (const FittedTable* const table : tables) names.push_back(table->name);
   return names;
 }

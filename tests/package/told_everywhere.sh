@@ -20,9 +20,17 @@ for provider in $(tr -d ',.' <<<"$known"); do
   done
   grep -q "ZEAC_${provider^^} = " "$tree/capi/include/zeac/zea_c.h" || miss "zea_c.h has no number for $provider"
   grep -q "^    ${provider^^} = " "$tree/bindings/python/zea/__init__.py" || miss "zea.Provider lacks $provider"
-  grep -q "^| ${provider^^} |" "$tree/docs/providers.md" || miss "docs/providers.md has no row for $provider"
+  grep -qx "# ${provider^^}" "$tree/docs/providers/$provider.md" || miss "docs/providers/ has no page for $provider"
+  grep -q "(providers/$provider.md)" "$tree/docs/providers.md" || miss "docs/providers.md does not lead to $provider"
   grep -qw "${provider^^}" <<<"$paths" || miss "zea-standin --help does not name $provider"
 done
+
+version=$("$zea" --version)
+version=${version#zea }
+grep -q "^version = \"$version\"$" "$tree/bindings/python/pyproject.toml" || miss "pyproject.toml is not of $version"
+grep -q "^NAME = \"libzeac.so.${version%.*}\"$" "$tree/bindings/python/zea/_library.py" ||
+  miss "the Python package looks for another library than that of $version"
+grep -q "^## $version" "$tree/CHANGELOG.md" || miss "CHANGELOG.md does not tell of $version"
 
 for key in $(sed -nE 's/^inline constexpr char k[A-Za-z]+\[\] = "(.*)";/\1/p' "$tree/include/zea/zea_property_names.h"); do
   grep -q "\"$key\"" "$tree/include/zea/izea_properties.h" || miss "izea_properties.h does not tell of $key"

@@ -2,6 +2,7 @@
 #include "console/console_options.h"
 
 #include <qx/qx.h>
+#include <zea/zea_version.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -143,6 +143,19 @@ class ZeaTest(unittest.TestCase):
             thread.join()
             self.assertIn("orders", assistant.ask("Which orders?"))
 
+    def test_the_librarys_own_texts_are_translated(self):
+        def refused():
+            with zea.Assistant("openai", host=self.url) as assistant, self.assertRaises(zea.Error) as caught:
+                assistant.ask("Which orders?")
+            return str(caught.exception)
+
+        self.addCleanup(zea.set_localizer, None)
+        for localize, sentence in [(lambda text: {"Model is empty": "Kein Modell gew\u00e4hlt"}[text], "Kein Modell gew\u00e4hlt"),
+                                   (lambda text: "\u00e4" * 5000, "\u00e4" * 400), (lambda text: None, "Model is empty"),
+                                   (lambda text: {}[text], "Model is empty"), (None, "Model is empty")]:
+            zea.set_localizer(localize)
+            self.assertTrue(refused().startswith(sentence), refused())
+
     def test_texts_are_measured_and_fitted(self):
         structure = zea.sqlite_structure(self.database)
         self.assertGreater(zea.estimate_tokens(structure.document), 10)

@@ -17,7 +17,6 @@ question that the main thread asks with KeyboardInterrupt. What fails raises `ze
 
 from __future__ import annotations
 
-import contextlib
 import ctypes
 import os
 import signal
@@ -26,12 +25,12 @@ import threading
 from ctypes import byref, c_uint32, c_void_p
 from dataclasses import dataclass
 from enum import IntEnum
-from typing import Protocol
+from typing import Callable, Protocol
 
 from . import _library as _c
 
 __all__ = ["Assistant", "Error", "Memory", "Provider", "Role", "Rows", "Runner", "Structure", "estimate_tokens",
-           "first_statement", "fit", "mask_secret", "set_http_settings", "sqlite_structure", "version"]
+           "first_statement", "fit", "mask_secret", "set_http_settings", "set_localizer", "sqlite_structure", "version"]
 
 _lib = _c.library
 _OK, _HOST_FAILED = 0, 4
@@ -180,26 +179,26 @@ class _Interrupts:
                 if signal.SIGINT in numbers and self._cancel:
                     self._cancel()
 
-    @contextlib.contextmanager
-    def cancelling(self, cancel):
-        """Calls `cancel` for a Ctrl-C meanwhile, in the main thread, unless somebody else handles signals."""
-        is_ours = (threading.current_thread() is threading.main_thread()
-                   and signal.getsignal(signal.SIGINT) is signal.default_int_handler)
-        if is_ours and self._process != os.getpid():
+    def call(self, cancel, function, *arguments):
+        """The result of the function; `cancel` is called for a Ctrl-C meanwhile, in the main thread, unless somebody
+        else handles signals."""
+        if (threading.current_thread() is not threading.main_thread()
+                or signal.getsignal(signal.SIGINT) is not signal.default_int_handler):
+            return function(*arguments)
+        if self._process != os.getpid():
             self._prepare()
-        former = signal.set_wakeup_fd(self._writer.fileno(), warn_on_full_buffer=False) if is_ours else -1
+        former = signal.set_wakeup_fd(self._writer.fileno(), warn_on_full_buffer=False)
         if former != -1:
             signal.set_wakeup_fd(former)  # an event loop's, which has its own ways
         with self._lock:
-            self._cancel = cancel if is_ours else self._cancel
+            self._cancel = cancel
         try:
-            yield
+            return function(*arguments)
         finally:
-            if is_ours:
-                with self._lock:
-                    self._cancel = None
-                if former == -1:
-                    signal.set_wakeup_fd(-1)
+            with self._lock:
+                self._cancel = None
+            if former == -1:
+                signal.set_wakeup_fd(-1)
 
 
 _interrupts = _Interrupts()
@@ -283,13 +282,11 @@ class Assistant:
 
     def models(self) -> list[str]:
         """The models that the provider offers."""
-        with _interrupts.cancelling(self.cancel):
-            return _c.take_strings(self._do("zeac_assistant_models"))
+        return _c.take_strings(_interrupts.call(self.cancel, self._do, "zeac_assistant_models"))
 
     def ask(self, question: str) -> str:
         """The model's reply. The sentence of an `Error` may hold the key, where a server repeats it: `mask_secret`."""
-        with _interrupts.cancelling(self.cancel):
-            return _c.take_string(self._do("zeac_assistant_ask", _c.text(question)))
+        return _c.take_string(_interrupts.call(self.cancel, self._do, "zeac_assistant_ask", _c.text(question)))
 
     def cancel(self) -> None:
         """Ends the question that is running; any thread."""
@@ -389,3 +386,31 @@ def set_http_settings(*, connect_timeout: float = 0, request_timeout: float | No
         ctypes.sizeof(_c.HttpSettings), int(connect_timeout * 1000), int((request_timeout or 0) * 1000),
         request_timeout is None, 0, _c.text(proxy), _c.text(proxy_bypass), _c.text(ca_file), _c.text(user_agent))
     _check(_lib.zeac_set_http_settings(byref(settings)))
+
+
+_localizer = None  # the library calls it as long as it is set
+
+
+def set_localizer(localize: Callable[[str], str | None] | None) -> None:
+    """Translates the library's own texts: `localize` takes an English one and returns the user's, or None to leave it.
+
+    Called on the thread of the failing operation; what it raises leaves the text in English. None removes it. To be set
+    while no question is running.
+    """
+    global _localizer
+
+    def call(_: int | None, english: bytes, place: int, capacity: int) -> int:
+        try:
+            translated = localize(english.decode())
+        except Exception:
+            return 0
+        if translated is None:
+            return 0
+        data = translated.encode("utf-8", "replace")[:capacity - 1]
+        data = data.decode("utf-8", "ignore").encode()  # no character is cut in two
+        ctypes.memmove(place, data + b"\0", len(data) + 1)
+        return 1
+
+    kept = _c.Localizer(call) if localize is not None else _c.Localizer()
+    _lib.zeac_set_localizer(kept, None)
+    _localizer = kept

@@ -26,6 +26,7 @@ SetDocument = ctypes.CFUNCTYPE(c_int32, c_void_p, TextOut)
 GetDocument = ctypes.CFUNCTYPE(c_int32, c_void_p, c_void_p)
 AddEntry = ctypes.CFUNCTYPE(c_int32, c_void_p, c_int32, TextOut)
 GetEntries = ctypes.CFUNCTYPE(c_int32, c_void_p, c_int32, c_void_p)
+Localizer = ctypes.CFUNCTYPE(c_int32, c_void_p, c_char_p, c_void_p, c_size_t)
 
 
 class MemoryFunctions(ctypes.Structure):
@@ -92,6 +93,7 @@ _PROTOTYPES = {
     "zeac_assistant_models": (c_int32, [c_void_p, _PLACE, _PLACE]),
     "zeac_assistant_last_status": (c_int32, [c_void_p]),
     "zeac_set_http_settings": (c_int32, [POINTER(HttpSettings)]),
+    "zeac_set_localizer": (None, [Localizer, c_void_p]),
     "zeac_mask_secret": (c_int32, [Text, Text, _PLACE]),
     "zeac_estimate_tokens": (c_size_t, [Text]),
     "zeac_fit": (c_int32, [Text, Text, c_size_t, _PLACE, _PLACE]),

@@ -226,6 +226,7 @@ class Runner final : public zeakit::IReadOnlyRunner {
     int code = sqlite3_step(statement);
     for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
       std::vector<ResultCell> row;
+      row.reserve(result.columns.size());
       for (int column = 0; column < count; ++column) row.push_back(cellOf(statement, column));
       for (const ResultCell& cell : row) bytes += cell.value.size();
       if (result.rows.size() >= limits.rows || bytes > limits.bytes) {
