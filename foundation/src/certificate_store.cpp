@@ -12,7 +12,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/platform.h"
 #include "process_shared.h"
@@ -35,21 +34,8 @@ struct ReleaseStore {
 };
 using Store = std::unique_ptr<X509_STORE, ReleaseStore>;
 
-// False when there is none that can be read.
-bool addAuthorities(X509_STORE* store, const std::vector<std::string>& authorities) {
-  bool isAdded = false;
-  for (const std::string& one : authorities) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(one.data());
-    const std::unique_ptr<X509, decltype(&X509_free)> read(d2i_X509(nullptr, &bytes, static_cast<long>(one.size())),
-                                                           X509_free);
-    if (read && X509_STORE_add_cert(store, read.get()) == 1) isAdded = true;
-  }
-  return isAdded;
-}
-
 // The places that libcurl was built with. OpenSSL's own function for this would let the environment have a say.
 bool loadSystemAuthorities(X509_STORE* store) {
-  if (addAuthorities(store, platform::obtainSystemAuthorities())) return true;
   const curl_version_info_data* const version = curl_version_info(CURLVERSION_NOW);
   const char* file = version->cainfo;
   const char* folder = version->capath;
@@ -118,6 +104,7 @@ bool isCurlOnOurOpenSSL() noexcept {
 }
 
 bool trustAuthorities(SSL_CTX* context, const std::string& file) {
+  if (file.empty() && !platform::kHasAuthorityFiles) return true;  // libcurl has given the context those of the system
   // The system's authorities count as unchanging.
   const platform::FileState state = file.empty() ? platform::FileState{} : platform::obtainFileState(file);
   if (!file.empty() && state == platform::FileState{}) return false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process_shared.h"
 
+#include <atomic>
 #include <thread>
 
 #include "platform/platform.h"
@@ -9,11 +10,20 @@ namespace qx {
 
 namespace {
 
-/// Never destroyed, and there before any other static object is made.
-union Mutex {
-  platform::Mutex mutex;
-  constexpr Mutex() : mutex() {}
-  ~Mutex() {}
+/// There before any other static object is made, and never destroyed.
+class Mutex {
+ public:
+  void lock() noexcept {
+    while (!try_lock()) isTaken_.wait(true, std::memory_order_relaxed);
+  }
+  bool try_lock() noexcept { return !isTaken_.test_and_set(std::memory_order_acquire); }
+  void unlock() noexcept {
+    isTaken_.clear(std::memory_order_release);
+    isTaken_.notify_one();
+  }
+
+ private:
+  std::atomic_flag isTaken_;
 };
 
 constinit Mutex gShared;
@@ -22,7 +32,7 @@ constinit bool areForksWatched = false;
 
 void unlockInChild() {
   ++gGeneration;
-  gShared.mutex.unlock();
+  gShared.unlock();
 }
 
 }  // namespace
@@ -31,18 +41,18 @@ void unlockInChild() {
 // costs a fifth of what they get done.
 ProcessLock::ProcessLock() {
   constexpr int kTries = 40;
-  bool isLocked = gShared.mutex.try_lock();
+  bool isLocked = gShared.try_lock();
   for (int i = 0; i < kTries && !isLocked; ++i) {
     std::this_thread::yield();
-    isLocked = gShared.mutex.try_lock();
+    isLocked = gShared.try_lock();
   }
-  if (!isLocked) gShared.mutex.lock();
+  if (!isLocked) gShared.lock();
   if (areForksWatched) return;
   areForksWatched = true;
-  platform::watchForks([] { gShared.mutex.lock(); }, [] { gShared.mutex.unlock(); }, unlockInChild);
+  platform::watchForks([] { gShared.lock(); }, [] { gShared.unlock(); }, unlockInChild);
 }
 
-ProcessLock::~ProcessLock() { gShared.mutex.unlock(); }
+ProcessLock::~ProcessLock() { gShared.unlock(); }
 
 unsigned ProcessLock::obtainGeneration() const noexcept { return gGeneration; }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "certificate_store.h"
+#include "platform/platform.h"
 #include "process_shared.h"
 #include "rest_headers.h"
 #include "tls_context.h"
@@ -38,6 +39,10 @@ void setTLSOptions(CurlEasy& easy) {
   easy.set(CURLOPT_CA_CACHE_TIMEOUT, 0L);
   if (!isCurlOnOurOpenSSL()) return;
   setTrustedFile(easy, nullptr);
+  if (!platform::kHasAuthorityFiles) {
+    easy.set(CURLOPT_SSL_OPTIONS, long{CURLSSLOPT_NATIVE_CA});
+    easy.set(CURLOPT_PROXY_SSL_OPTIONS, long{CURLSSLOPT_NATIVE_CA});
+  }
   easy.set(CURLOPT_SSL_CTX_FUNCTION, setUpTLSContext);
 }
 

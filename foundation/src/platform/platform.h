@@ -5,35 +5,21 @@
 
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace qx::platform {
 
-struct Watch;
-
+/// Whether the authorities that the system trusts lie in files, whose places libcurl and OpenSSL know; otherwise
+/// libcurl asks the system for them.
 #ifdef _WIN32
 using Socket = std::uintptr_t;
+inline constexpr bool kHasAuthorityFiles = false;
 #else
 using Socket = int;
+inline constexpr bool kHasAuthorityFiles = true;
 #endif
 inline constexpr Socket kNoSocket = static_cast<Socket>(-1);
-
-/// A mutex that is there before any static object is made.
-#ifdef _WIN32
-class Mutex {
- public:
-  void lock() noexcept;
-  bool try_lock() noexcept;  // NOLINT: the standard library's name
-  void unlock() noexcept;
-
- private:
-  void* state_ = nullptr;
-};
-#else
-using Mutex = std::mutex;
-#endif
 
 /// A socket that is not inherited by programs which the host starts. `kNoSocket` when there is none to be had.
 Socket openSocket(int family, int kind, int protocol) noexcept;
@@ -56,6 +42,18 @@ enum class Unread { Nothing, Bytes, End };
 /// wait.
 Unread peek(Socket socket) noexcept;
 
+/// A socket to wait for. What has become of it is told below, where `waitFor` has set it.
+struct Watch {
+  Socket socket;
+  bool wantsRead;
+  bool wantsWrite;
+  bool wantsEnd;  // whether the other side's end is of interest although nothing is to be read
+  bool canRead = false;
+  bool canWrite = false;
+  bool hasFailed = false;
+  bool hasEnded = false;  // or something is to be read, where the system can't tell the two apart; see `peek`
+};
+
 /// Ends the waiting of another thread in `waitFor`.
 class Waker {
  public:
@@ -72,18 +70,6 @@ class Waker {
  private:
   friend void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds);
   Socket descriptor_;
-};
-
-/// A socket to wait for. What has become of it is told below, where `waitFor` has set it.
-struct Watch {
-  Socket socket;
-  bool wantsRead;
-  bool wantsWrite;
-  bool wantsEnd;  // whether the other side's end is of interest although nothing is to be read
-  bool canRead = false;
-  bool canWrite = false;
-  bool hasFailed = false;
-  bool hasEnded = false;  // or something is to be read, where the system can't tell the two apart; see `peek`
 };
 
 /// Waits until a socket is ready, the waker is woken or the time is over. Throws `std::bad_alloc`.
@@ -108,10 +94,6 @@ bool startThread(void* (*function)(void*), void* data) noexcept;
 /// pipe, whose reading might never end.
 using FileState = std::array<std::int64_t, 5>;
 FileState obtainFileState(const std::string& path) noexcept;
-
-/// The certificates of the authorities that the system trusts to name servers, in DER; none where they lie in files
-/// whose places libcurl and OpenSSL know. Throws `std::bad_alloc`.
-std::vector<std::string> obtainSystemAuthorities();
 
 /// Keeps this library loaded until the process ends, where linking it has not seen to that.
 void stayLoaded() noexcept;

@@ -6,33 +6,19 @@
 #include <windows.h>
 #include <ws2tcpip.h>
 
-#include <wincrypt.h>
-
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 #include <new>
-#include <system_error>
 #include <thread>
 
-#include "address_text.h"
-#include "platform.h"
+#include "common.h"
 
 namespace qx::platform {
 
 static_assert(sizeof(Socket) == sizeof(SOCKET) && kNoSocket == INVALID_SOCKET);
 
 namespace {
-
-// Never taken back: libcurl, which uses sockets too, isn't cleaned up either.
-void prepareSockets() noexcept {
-  static const int result = [] {
-    WSADATA data{};
-    return ::WSAStartup(MAKEWORD(2, 2), &data);
-  }();
-  static_cast<void>(result);  // without sockets the next function fails
-}
 
 /// Empty when the text is no UTF-8.
 std::wstring widen(const std::string& text) {
@@ -43,47 +29,30 @@ std::wstring widen(const std::string& text) {
   return wide;
 }
 
-/// Whether the authority may name servers. One that says nothing of its use is good for all, if it lies in the store of
-/// the trusted.
-bool isForServers(PCCERT_CONTEXT certificate) {
-  DWORD size = 0;
-  if (::CertGetEnhancedKeyUsage(certificate, 0, nullptr, &size) == 0) return false;
-  const auto memory = std::make_unique<CERT_ENHKEY_USAGE[]>(size / sizeof(CERT_ENHKEY_USAGE) + 1);
-  CERT_ENHKEY_USAGE* const usage = memory.get();
-  if (::CertGetEnhancedKeyUsage(certificate, 0, usage, &size) == 0) return false;
-  if (usage->cUsageIdentifier == 0) return ::GetLastError() == static_cast<DWORD>(CRYPT_E_NOT_FOUND);
-  return std::any_of(usage->rgpszUsageIdentifier, usage->rgpszUsageIdentifier + usage->cUsageIdentifier,
-                     [](const char* one) { return std::strcmp(one, szOID_PKIX_KP_SERVER_AUTH) == 0; });
-}
-
 }  // namespace
 
-static_assert(sizeof(Mutex) == sizeof(SRWLOCK));
+// Never taken back: libcurl, which uses sockets too, isn't cleaned up either.
+void prepareSockets() noexcept {
+  static const int result = [] {
+    WSADATA data{};
+    return ::WSAStartup(MAKEWORD(2, 2), &data);
+  }();
+  static_cast<void>(result);  // without sockets the next function fails
+}
 
-void Mutex::lock() noexcept { ::AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&state_)); }
-bool Mutex::try_lock() noexcept { return ::TryAcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&state_)) != 0; }
-void Mutex::unlock() noexcept { ::ReleaseSRWLockExclusive(reinterpret_cast<SRWLOCK*>(&state_)); }
+void closeSocket(Socket socket) noexcept { ::closesocket(socket); }
+
+bool isOutOfDescriptors() noexcept { return ::WSAGetLastError() == WSAEMFILE || ::WSAGetLastError() == WSAENOBUFS; }
+
+bool makeNonBlocking(Socket socket) noexcept {
+  u_long isNonBlocking = 1;
+  return ::ioctlsocket(socket, static_cast<long>(FIONBIO), &isNonBlocking) == 0;
+}
 
 Socket openSocket(int family, int kind, int protocol) noexcept {
   prepareSockets();
   return ::WSASocketW(family, kind, protocol, nullptr, 0, WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
 }
-
-bool hasFreeDescriptor() noexcept {
-  const Socket socket = openSocket(AF_INET, SOCK_STREAM, 0);
-  if (socket == kNoSocket) return ::WSAGetLastError() != WSAEMFILE && ::WSAGetLastError() != WSAENOBUFS;
-  ::closesocket(socket);
-  return true;
-}
-
-// libcurl wakes by an event here, which no program inherits.
-bool inheritsWakingPair() noexcept { return false; }
-
-std::array<Socket, 2> guessNextDescriptors() noexcept { return {kNoSocket, kNoSocket}; }
-
-int countLocalBytes(Socket /*socket*/) noexcept { return -1; }
-
-void closeOnExec(Socket /*socket*/) noexcept {}
 
 Unread peek(Socket socket) noexcept {
   fd_set readable{};
@@ -96,30 +65,6 @@ Unread peek(Socket socket) noexcept {
   if (size > 0) return Unread::Bytes;
   return size < 0 && ::WSAGetLastError() == WSAEWOULDBLOCK ? Unread::Nothing : Unread::End;
 }
-
-// `select`, which waits, knows nothing but sockets: this one talks to itself, and hears nobody else.
-Waker::Waker() noexcept : descriptor_(openSocket(AF_INET, SOCK_DGRAM, 0)) {
-  if (!isOpen()) return;
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
-  auto* const any = reinterpret_cast<sockaddr*>(&address);
-  int size = sizeof(address);
-  u_long isNonBlocking = 1;
-  const bool isReady = ::bind(descriptor_, any, size) == 0 && ::getsockname(descriptor_, any, &size) == 0 &&
-                       ::connect(descriptor_, any, size) == 0 &&
-                       ::ioctlsocket(descriptor_, static_cast<long>(FIONBIO), &isNonBlocking) == 0;
-  if (isReady) return;
-  ::closesocket(descriptor_);
-  descriptor_ = kNoSocket;
-}
-
-Waker::~Waker() {
-  if (isOpen()) ::closesocket(descriptor_);
-}
-
-// It fails only where earlier bytes fill the socket, and then the other thread is woken anyway.
-void Waker::wake() noexcept { static_cast<void>(::send(descriptor_, "", 1, 0)); }
 
 // `WSAPoll` keeps failed connections to itself before Windows 10 of 2020.
 void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
@@ -151,11 +96,6 @@ void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
 // There are none.
 void watchForks(void (* /*before*/)(), void (* /*inParent*/)(), void (* /*inChild*/)()) {}
 
-std::vector<std::string> lookUp(const std::string& name) {
-  prepareSockets();
-  return listAddresses(name);
-}
-
 std::string convertToASCII(const std::string& name) {
   constexpr int kLongest = 255;
   const std::wstring wide = widen(name);
@@ -166,11 +106,6 @@ std::string convertToASCII(const std::string& name) {
   std::string result;
   for (int i = 0; i < size; ++i) result += static_cast<char>(converted[static_cast<std::size_t>(i)]);
   return result;
-}
-
-bool isAddress(const std::string& text) noexcept {
-  prepareSockets();
-  return isAddressText(text);
 }
 
 bool startThread(void* (*function)(void*), void* data) noexcept {
@@ -200,27 +135,6 @@ FileState obtainFileState(const std::string& path) noexcept {
           join(state.nFileSizeHigh, state.nFileSizeLow),
           join(state.ftLastWriteTime.dwHighDateTime, state.ftLastWriteTime.dwLowDateTime),
           join(state.ftCreationTime.dwHighDateTime, state.ftCreationTime.dwLowDateTime)};
-}
-
-std::vector<std::string> obtainSystemAuthorities() {
-  struct Close {
-    void operator()(void* store) const noexcept { ::CertCloseStore(store, 0); }
-  };
-  std::vector<std::string> found;
-  const std::unique_ptr<void, Close> store(::CertOpenSystemStoreW(0, L"ROOT"));
-  if (!store) return found;
-  // The next one is asked for with the one before, which frees it.
-  PCCERT_CONTEXT one = nullptr;
-  try {
-    while ((one = ::CertEnumCertificatesInStore(store.get(), one)) != nullptr) {
-      if (!isForServers(one)) continue;
-      found.emplace_back(reinterpret_cast<const char*>(one->pbCertEncoded), one->cbCertEncoded);
-    }
-  } catch (...) {
-    ::CertFreeCertificateContext(one);
-    throw;
-  }
-  return found;
 }
 
 void stayLoaded() noexcept {

@@ -2,38 +2,40 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <idn2.h>
-#include <linux/sockios.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pthread.h>
-#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
-#include <memory>
-#include <new>
 
-#include "address_text.h"
-#include "platform.h"
+#include "common.h"
+
+#ifdef __APPLE__
+#define st_mtim st_mtimespec
+#endif
+#ifdef QX_LINUX
+#include <linux/sockios.h>
+#include <sys/eventfd.h>
+#endif
 
 namespace qx::platform {
 
-Socket openSocket(int family, int kind, int protocol) noexcept {
-  return ::socket(family, kind | SOCK_CLOEXEC, protocol);
-}
+void prepareSockets() noexcept {}
 
-bool hasFreeDescriptor() noexcept {
-  // Only trying tells: limits can be lowered, and descriptors of the system as a whole run out too.
-  const Socket socket = openSocket(AF_INET, SOCK_STREAM, 0);
-  if (socket == kNoSocket) return errno != EMFILE && errno != ENFILE;
-  ::close(socket);
-  return true;
-}
+void closeSocket(Socket socket) noexcept { ::close(socket); }
+
+bool isOutOfDescriptors() noexcept { return errno == EMFILE || errno == ENFILE; }
+
+bool makeNonBlocking(Socket socket) noexcept { return ::fcntl(socket, F_SETFL, O_NONBLOCK) == 0; }
+
+#ifdef QX_LINUX
+constexpr int kEnd = POLLRDHUP;
+constexpr int kCloseOnExec = SOCK_CLOEXEC;
 
 bool inheritsWakingPair() noexcept { return true; }
 
@@ -57,18 +59,7 @@ int countLocalBytes(Socket socket) noexcept {
 // It fails for a descriptor that another thread has just closed.
 void closeOnExec(Socket socket) noexcept { static_cast<void>(::fcntl(socket, F_SETFD, FD_CLOEXEC)); }
 
-Unread peek(Socket socket) noexcept {
-  char byte = 0;
-  const ssize_t size = ::recv(socket, &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
-  if (size > 0) return Unread::Bytes;
-  return size < 0 && (errno == EAGAIN || errno == EINTR) ? Unread::Nothing : Unread::End;
-}
-
 Waker::Waker() noexcept : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-
-Waker::~Waker() {
-  if (isOpen()) ::close(descriptor_);
-}
 
 void Waker::wake() noexcept {
   const int before = errno;  // a signal handler leaves it as it was
@@ -76,6 +67,23 @@ void Waker::wake() noexcept {
   // It fails only where the count is full, and then the other thread is woken anyway.
   static_cast<void>(!::write(descriptor_, &one, sizeof(one)));
   errno = before;
+}
+#else
+constexpr int kEnd = POLLIN;  // something to be read, or the end, which `peek` tells apart
+constexpr int kCloseOnExec = 0;
+#endif
+
+Socket openSocket(int family, int kind, int protocol) noexcept {
+  const Socket socket = ::socket(family, kind | kCloseOnExec, protocol);
+  if (kCloseOnExec == 0 && socket != kNoSocket) static_cast<void>(::fcntl(socket, F_SETFD, FD_CLOEXEC));
+  return socket;
+}
+
+Unread peek(Socket socket) noexcept {
+  char byte = 0;
+  const ssize_t size = ::recv(socket, &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
+  if (size > 0) return Unread::Bytes;
+  return size < 0 && (errno == EAGAIN || errno == EINTR) ? Unread::Nothing : Unread::End;
 }
 
 void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
@@ -88,8 +96,7 @@ void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
   polled[0] = {waker.descriptor_, POLLIN, 0};
   for (std::size_t i = 0; i < sockets.size(); ++i) {
     const Watch& watch = sockets[i];
-    const int events =
-        (watch.wantsRead ? POLLIN : 0) | (watch.wantsWrite ? POLLOUT : 0) | (watch.wantsEnd ? POLLRDHUP : 0);
+    const int events = (watch.wantsRead ? POLLIN : 0) | (watch.wantsWrite ? POLLOUT : 0) | (watch.wantsEnd ? kEnd : 0);
     polled[i + 1] = {watch.socket, static_cast<short>(events), 0};
   }
   // A signal of the host ends the waiting too; whoever waits looks again.
@@ -101,7 +108,7 @@ void waitFor(std::vector<Watch>& sockets, Waker& waker, int milliseconds) {
     sockets[i].canRead = (events & POLLIN) != 0;
     sockets[i].canWrite = (events & POLLOUT) != 0;
     sockets[i].hasFailed = (events & (POLLERR | POLLHUP | POLLNVAL)) != 0;
-    sockets[i].hasEnded = (events & POLLRDHUP) != 0;
+    sockets[i].hasEnded = (events & kEnd) != 0;
   }
 }
 
@@ -109,8 +116,6 @@ void watchForks(void (*before)(), void (*inParent)(), void (*inChild)()) {
   // It fails for want of memory alone: forks are then as unsafe as in any program with threads.
   static_cast<void>(::pthread_atfork(before, inParent, inChild));
 }
-
-std::vector<std::string> lookUp(const std::string& name) { return listAddresses(name); }
 
 std::string convertToASCII(const std::string& name) {
   std::uint8_t* converted = nullptr;
@@ -120,8 +125,6 @@ std::string convertToASCII(const std::string& name) {
   const std::unique_ptr<std::uint8_t, decltype(&idn2_free)> owned(converted, idn2_free);
   return result == IDN2_OK ? reinterpret_cast<const char*>(converted) : std::string();
 }
-
-bool isAddress(const std::string& text) noexcept { return isAddressText(text); }
 
 bool startThread(void* (*function)(void*), void* data) noexcept {
   // None of these fails. The new thread inherits what is blocked here.
@@ -143,8 +146,6 @@ FileState obtainFileState(const std::string& path) noexcept {
   return {static_cast<std::int64_t>(state.st_dev), static_cast<std::int64_t>(state.st_ino), state.st_size,
           state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
 }
-
-std::vector<std::string> obtainSystemAuthorities() { return {}; }
 
 void stayLoaded() noexcept {}
 
